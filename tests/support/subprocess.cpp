@@ -1,0 +1,73 @@
+#include "support/subprocess.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+
+#ifndef ORBA_BIN_DIR
+#error "ORBA_BIN_DIR must name the build's bin directory"
+#endif
+
+namespace orba::test {
+namespace {
+
+std::string Slurp(int fd) {
+  std::string out;
+  char buf[4096];
+  for (ssize_t n; (n = read(fd, buf, sizeof(buf))) > 0;) out.append(buf, static_cast<size_t>(n));
+  return out;
+}
+
+}  // namespace
+
+pid_t StartChild(const std::function<int()>& body) {
+  fflush(nullptr);
+  pid_t pid = fork();
+  if (pid == 0) _exit(body());
+  return pid;
+}
+
+int WaitChild(pid_t pid) {
+  int status = 0;
+  if (waitpid(pid, &status, 0) != pid || !WIFEXITED(status)) return -1;
+  return WEXITSTATUS(status);
+}
+
+ProgramResult RunProgram(const std::vector<std::string>& argv) {
+  ProgramResult result;
+  int out[2];
+  int err[2];
+  if (pipe2(out, O_CLOEXEC) != 0) return result;
+  if (pipe2(err, O_CLOEXEC) != 0) {
+    close(out[0]);
+    close(out[1]);
+    return result;
+  }
+  fflush(nullptr);
+  pid_t pid = fork();
+  if (pid == 0) {
+    dup2(out[1], 1);
+    dup2(err[1], 2);
+    std::vector<char*> args;
+    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    execv(args[0], args.data());
+    _exit(127);
+  }
+  close(out[1]);
+  close(err[1]);
+  // Small outputs only: read stdout fully, then stderr.
+  result.out = Slurp(out[0]);
+  result.err = Slurp(err[0]);
+  close(out[0]);
+  close(err[0]);
+  result.status = WaitChild(pid);
+  return result;
+}
+
+std::string BinPath(const std::string& name) { return std::string(ORBA_BIN_DIR) + "/" + name; }
+
+}  // namespace orba::test
