@@ -1,6 +1,8 @@
 #ifndef ORBA_TESTS_SUPPORT_LOG_CAPTURE_H
 #define ORBA_TESTS_SUPPORT_LOG_CAPTURE_H
 
+#include <android/log.h>
+
 #include <string>
 #include <vector>
 
