@@ -1,0 +1,147 @@
+#include <platform/hal_wire.h>
+
+#include <errno.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace orba::hal {
+namespace {
+
+void AppendLe32(std::string* out, uint32_t v) {
+  const unsigned char b[4] = {static_cast<unsigned char>(v), static_cast<unsigned char>(v >> 8),
+                              static_cast<unsigned char>(v >> 16),
+                              static_cast<unsigned char>(v >> 24)};
+  out->append(reinterpret_cast<const char*>(b), sizeof(b));
+}
+
+uint32_t Le32(const char* p) {
+  const unsigned char* b = reinterpret_cast<const unsigned char*>(p);
+  return static_cast<uint32_t>(b[0]) | static_cast<uint32_t>(b[1]) << 8 |
+         static_cast<uint32_t>(b[2]) << 16 | static_cast<uint32_t>(b[3]) << 24;
+}
+
+bool ReadFully(int fd, char* buf, size_t size) {
+  size_t done = 0;
+  while (done < size) {
+    ssize_t n = read(fd, buf + done, size - done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    done += static_cast<size_t>(n);
+  }
+  return true;
+}
+
+}  // namespace
+
+void WireWriter::PutField(WireKind kind, const void* data, size_t size) {
+  body_.push_back(static_cast<char>(kind));
+  AppendLe32(&body_, static_cast<uint32_t>(size));
+  if (size != 0) body_.append(static_cast<const char*>(data), size);
+}
+
+void WireWriter::PutUint32(uint32_t v) {
+  std::string le;
+  AppendLe32(&le, v);
+  PutField(WireKind::kUint32, le.data(), le.size());
+}
+
+void WireWriter::PutInt32(int32_t v) {
+  std::string le;
+  AppendLe32(&le, static_cast<uint32_t>(v));
+  PutField(WireKind::kInt32, le.data(), le.size());
+}
+
+void WireWriter::PutBool(bool v) {
+  const char b = v ? 1 : 0;
+  PutField(WireKind::kBool, &b, 1);
+}
+
+void WireWriter::PutString(std::string_view s) { PutField(WireKind::kString, s.data(), s.size()); }
+
+void WireWriter::PutBytes(const unsigned char* data, size_t size) {
+  PutField(WireKind::kBytes, data, size);
+}
+
+bool WireWriter::Finish(std::string* framed) const {
+  if (body_.size() > kHalMaxMessage) return false;
+  framed->clear();
+  framed->reserve(4 + body_.size());
+  AppendLe32(framed, static_cast<uint32_t>(body_.size()));
+  framed->append(body_);
+  return true;
+}
+
+bool WireReader::GetField(WireKind kind, std::string_view* payload) {
+  if (body_.size() - pos_ < 5) return false;
+  if (static_cast<unsigned char>(body_[pos_]) != static_cast<unsigned char>(kind)) return false;
+  uint32_t len = Le32(body_.data() + pos_ + 1);
+  if (len > body_.size() - pos_ - 5) return false;
+  *payload = body_.substr(pos_ + 5, len);
+  pos_ += 5 + len;
+  return true;
+}
+
+bool WireReader::GetUint32(uint32_t* v) {
+  std::string_view p;
+  size_t saved = pos_;
+  if (!GetField(WireKind::kUint32, &p) || p.size() != 4) {
+    pos_ = saved;
+    return false;
+  }
+  *v = Le32(p.data());
+  return true;
+}
+
+bool WireReader::GetInt32(int32_t* v) {
+  std::string_view p;
+  size_t saved = pos_;
+  if (!GetField(WireKind::kInt32, &p) || p.size() != 4) {
+    pos_ = saved;
+    return false;
+  }
+  *v = static_cast<int32_t>(Le32(p.data()));
+  return true;
+}
+
+bool WireReader::GetBool(bool* v) {
+  std::string_view p;
+  size_t saved = pos_;
+  if (!GetField(WireKind::kBool, &p) || p.size() != 1 || static_cast<unsigned char>(p[0]) > 1) {
+    pos_ = saved;
+    return false;
+  }
+  *v = p[0] == 1;
+  return true;
+}
+
+bool WireReader::GetString(std::string_view* s) { return GetField(WireKind::kString, s); }
+
+bool WireReader::GetBytes(std::string_view* bytes) { return GetField(WireKind::kBytes, bytes); }
+
+bool WireSend(int fd, const std::string& framed) {
+  size_t done = 0;
+  while (done < framed.size()) {
+    ssize_t n = send(fd, framed.data() + done, framed.size() - done, MSG_NOSIGNAL);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    done += static_cast<size_t>(n);
+  }
+  return true;
+}
+
+bool WireReceive(int fd, std::string* body) {
+  char header[4];
+  if (!ReadFully(fd, header, sizeof(header))) return false;
+  uint32_t len = Le32(header);
+  if (len > kHalMaxMessage) return false;
+  body->resize(len);
+  return len == 0 || ReadFully(fd, body->data(), len);
+}
+
+std::string HalSocketName(const char* descriptor, const char* instance) {
+  return std::string("hal.") + (descriptor != nullptr ? descriptor : "") + "/" +
+         (instance != nullptr ? instance : "");
+}
+
+}  // namespace orba::hal
