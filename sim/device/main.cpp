@@ -1,0 +1,250 @@
+// orbafactory-sim: a simulated phone on this host.
+
+#include <limits.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/system_properties.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <cutils/properties.h>
+#include <platform/devpath.h>
+#include <platform/host/device_init.h>
+#include <platform/host/device_root.h>
+
+#include "device_layout.h"
+#include "device_tools.h"
+#include "process_table.h"
+#include "profile.h"
+#include "services.h"
+
+namespace {
+
+using namespace orba::sim;
+
+constexpr int kExitOk = 0;
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+
+const char kUsage[] =
+    "usage: orbafactory-sim COMMAND [--root DIR] [ARGS]\n"
+    "\n"
+    "A simulated phone on this host: a device root directory holding the phone's files and\n"
+    "partitions, a property area shared by all of the device's processes, and the device's\n"
+    "services running as real processes.\n"
+    "\n"
+    "commands:\n"
+    "  init [--profile NAME]   lay out a fresh device in DIR (an empty or new directory) from\n"
+    "                          sim/profiles/NAME.profile (default: default), or a profile path\n"
+    "  start [NAME]            start every service and wait until each serves; or start one\n"
+    "  stop [NAME]             stop every service, or one\n"
+    "  status                  the device's services and their pids\n"
+    "  env                     export lines that put a shell on the device:\n"
+    "                            eval \"$(orbafactory-sim env --root DIR)\"\n"
+    "  setprop NAME VALUE      set a property as the device's init does (ro.* included)\n"
+    "  getprop [NAME]          print a property, or all of them\n"
+    "  ps                      the processes running on the device\n"
+    "\n"
+    "--root DIR defaults to $ORBA_DEVICE_ROOT.\n"
+    "exit status: 0 done, 1 failed, 2 usage error\n";
+
+int Usage(const char* problem) {
+  fprintf(stderr, "orbafactory-sim: %s\n(see orbafactory-sim --help)\n", problem);
+  return kExitUsage;
+}
+
+int Fail(const std::string& message) {
+  fprintf(stderr, "orbafactory-sim: %s\n", message.c_str());
+  return kExitFailed;
+}
+
+std::string Dirname(const std::string& path) {
+  size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash);
+}
+
+std::string Absolute(const std::string& path) {
+  if (!path.empty() && path[0] == '/') return path;
+  char cwd[PATH_MAX];
+  if (getcwd(cwd, sizeof(cwd)) == nullptr) return path;
+  return std::string(cwd) + "/" + path;
+}
+
+bool IsDevice() {
+  DevPath area("/dev/__properties__");
+  return access(area, F_OK) == 0;
+}
+
+int Init(const SimContext& ctx, const std::string& profile_name) {
+  Profile profile;
+  std::string error;
+  if (!LoadProfile(ProfilePath(profile_name), &profile, &error)) return Fail(error);
+  if (!InitDevice(ctx, profile, &error)) return Fail(error);
+  printf("initialised %s from profile %s\n", ctx.root.c_str(), profile_name.c_str());
+  return kExitOk;
+}
+
+int Start(const SimContext& ctx, const std::vector<std::string>& names) {
+  std::string error;
+  if (names.empty()) {
+    for (const ServiceSpec& s : DeviceServices()) {
+      if (!StartService(ctx, s, true, &error)) return Fail(error);
+      printf("%-24s running (pid %d)\n", s.name, ServicePid(s));
+    }
+    return kExitOk;
+  }
+  for (const std::string& name : names) {
+    const ServiceSpec* s = FindService(name);
+    if (s == nullptr) return Fail("no service named " + name);
+    if (!StartService(ctx, *s, false, &error)) return Fail(error);
+  }
+  return kExitOk;
+}
+
+int Stop(const SimContext& ctx, const std::vector<std::string>& names) {
+  std::string error;
+  std::vector<const ServiceSpec*> targets;
+  for (const std::string& name : names) {
+    const ServiceSpec* s = FindService(name);
+    if (s == nullptr) return Fail("no service named " + name);
+    targets.push_back(s);
+  }
+  if (names.empty()) {
+    for (const ServiceSpec& s : DeviceServices()) targets.push_back(&s);
+  }
+  for (const ServiceSpec* s : targets) {
+    if (!StopService(ctx, *s, &error)) return Fail(error);
+    if (names.empty()) printf("%-24s stopped\n", s->name);
+  }
+  return kExitOk;
+}
+
+int Status(const SimContext& ctx) {
+  printf("device root %s\n", ctx.root.c_str());
+  char model[PROP_VALUE_MAX] = {};
+  property_get("ro.orba.product.model", model, "(unset)");
+  printf("model       %s\n", model);
+  for (const ServiceSpec& s : DeviceServices()) {
+    pid_t pid = ServicePid(s);
+    if (pid != 0) {
+      printf("%-24s running (pid %d)\n", s.name, pid);
+    } else {
+      printf("%-24s stopped\n", s.name);
+    }
+  }
+  return kExitOk;
+}
+
+int Env(const SimContext& ctx) {
+  const char* path = getenv("PATH");
+  const char* ld = getenv("LD_LIBRARY_PATH");
+  std::string lib_path = ctx.lib_dir + (ld != nullptr && *ld != '\0' ? ":" + std::string(ld) : "");
+  printf("export ORBA_DEVICE_ROOT=%s\n", ShellQuote(ctx.root).c_str());
+  printf("export PATH=%s\n",
+         ShellQuote(ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" + ctx.bin_dir + ":" +
+                    (path != nullptr ? path : "/usr/bin:/bin"))
+             .c_str());
+  printf("export LD_LIBRARY_PATH=%s\n", ShellQuote(lib_path).c_str());
+  return kExitOk;
+}
+
+int GetProp(const std::vector<std::string>& args) {
+  if (args.size() > 1) return Usage("getprop takes at most one NAME");
+  if (args.size() == 1) {
+    char value[PROP_VALUE_MAX] = {};
+    property_get(args[0].c_str(), value, "");
+    printf("%s\n", value);
+    return kExitOk;
+  }
+  std::vector<std::pair<std::string, std::string>> all;
+  __system_property_foreach(
+      [](const prop_info* pi, void* cookie) {
+        __system_property_read_callback(
+            pi,
+            [](void* c, const char* name, const char* value, uint32_t) {
+              static_cast<std::vector<std::pair<std::string, std::string>>*>(c)->emplace_back(
+                  name, value);
+            },
+            cookie);
+      },
+      &all);
+  std::sort(all.begin(), all.end());
+  for (const auto& p : all) printf("[%s]: [%s]\n", p.first.c_str(), p.second.c_str());
+  return kExitOk;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) return Usage("a command is needed");
+  std::string command = argv[1];
+  if (command == "-h" || command == "--help" || command == "help") {
+    fputs(kUsage, stdout);
+    return kExitOk;
+  }
+  std::string root;
+  std::string profile = "default";
+  std::vector<std::string> args;
+  for (int i = 2; i < argc; ++i) {
+    std::string a = argv[i];
+    if ((a == "--root" || a == "--profile") && i + 1 < argc) {
+      (a == "--root" ? root : profile) = argv[++i];
+    } else if (a.rfind("--root=", 0) == 0) {
+      root = a.substr(7);
+    } else if (a.rfind("--profile=", 0) == 0) {
+      profile = a.substr(10);
+    } else if (a == "-h" || a == "--help") {
+      fputs(kUsage, stdout);
+      return kExitOk;
+    } else if (a.rfind("--", 0) == 0) {
+      return Usage(("unknown option " + a).c_str());
+    } else {
+      args.push_back(a);
+    }
+  }
+  if (root.empty() && getenv(ORBA_DEVICE_ROOT_ENV) != nullptr) root = getenv(ORBA_DEVICE_ROOT_ENV);
+  if (root.empty()) return Usage("no device: give --root DIR or set ORBA_DEVICE_ROOT");
+
+  SimContext ctx;
+  ctx.root = Absolute(root);
+  while (ctx.root.size() > 1 && ctx.root.back() == '/') ctx.root.pop_back();
+  if (ctx.root == "/") return Usage("the device root cannot be the host's /");
+  char self[PATH_MAX] = {};
+  ssize_t n = readlink("/proc/self/exe", self, sizeof(self) - 1);  // host path: this program
+  ctx.self = n > 0 ? std::string(self, static_cast<size_t>(n)) : Absolute(argv[0]);
+  ctx.bin_dir = Dirname(ctx.self);
+  ctx.lib_dir = Dirname(ctx.bin_dir) + "/lib";
+  setenv(ORBA_DEVICE_ROOT_ENV, ctx.root.c_str(), 1);
+  orba_device_root_reset();
+
+  if (command == "init") {
+    if (!args.empty()) return Usage("init takes no arguments besides --root and --profile");
+    return Init(ctx, profile);
+  }
+  if (command == "env") return Env(ctx);
+  if (!IsDevice()) {
+    return Fail(ctx.root + " is not a simulated device (create one: orbafactory-sim init --root " +
+                ctx.root + ")");
+  }
+  if (command == "start") return Start(ctx, args);
+  if (command == "stop") return Stop(ctx, args);
+  if (command == "status") return args.empty() ? Status(ctx) : Usage("status takes no arguments");
+  if (command == "ps") {
+    fputs(ProcessTable(ctx.root).c_str(), stdout);
+    return kExitOk;
+  }
+  if (command == "getprop") return GetProp(args);
+  if (command == "setprop") {
+    if (args.size() != 2) return Usage("setprop takes NAME VALUE");
+    if (orba_init_property_set(args[0].c_str(), args[1].c_str()) != 0) {
+      return Fail("cannot set " + args[0] + " (names up to 127 bytes, values up to 91)");
+    }
+    return kExitOk;
+  }
+  return Usage(("unknown command " + command).c_str());
+}

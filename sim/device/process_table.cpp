@@ -1,0 +1,90 @@
+#include "process_table.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <android-base/unique_fd.h>
+
+namespace orba::sim {
+namespace {
+
+// Reads a small /proc file of the host (the processes are real).
+std::string ReadProc(int pid, const char* what) {
+  std::string path = "/proc/" + std::to_string(pid) + "/" + what;
+  android::base::unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));  // host path: real /proc
+  std::string out;
+  if (fd < 0) return out;
+  char buf[4096];
+  for (ssize_t n; (n = read(fd, buf, sizeof(buf))) > 0;) out.append(buf, static_cast<size_t>(n));
+  return out;
+}
+
+bool RunsOnDevice(int pid, const std::string& root) {
+  std::string env = ReadProc(pid, "environ");
+  std::string want = "ORBA_DEVICE_ROOT=" + root;
+  for (size_t pos = 0; pos < env.size();) {
+    size_t end = env.find('\0', pos);
+    if (end == std::string::npos) end = env.size();
+    if (env.compare(pos, end - pos, want) == 0) return true;
+    pos = end + 1;
+  }
+  return false;
+}
+
+std::string UserName(uid_t uid) {
+  passwd* pw = getpwuid(uid);
+  return pw != nullptr ? pw->pw_name : std::to_string(uid);
+}
+
+}  // namespace
+
+std::string ProcessTable(const std::string& root) {
+  std::string out;
+  char line[512];
+  snprintf(line, sizeof(line), "%-10s %5s %5s %8s %6s %-16s %8s %s %s\n", "USER", "PID", "PPID",
+           "VSZ", "RSS", "WCHAN", "ADDR", "S", "NAME");
+  out += line;
+  DIR* proc = opendir("/proc");  // host path: real /proc
+  if (proc == nullptr) return out;
+  long page_kb = sysconf(_SC_PAGESIZE) / 1024;
+  while (dirent* e = readdir(proc)) {
+    int pid = atoi(e->d_name);
+    if (pid <= 0 || !RunsOnDevice(pid, root)) continue;
+    std::string stat = ReadProc(pid, "stat");
+    size_t close_paren = stat.rfind(')');
+    if (close_paren == std::string::npos) continue;
+    char state = '?';
+    int ppid = 0;
+    unsigned long vsize = 0;
+    long rss = 0;
+    // Fields after the name: state ppid pgrp session tty tpgid flags minflt cminflt majflt
+    // cmajflt utime stime cutime cstime priority nice threads itrealvalue starttime vsize rss
+    if (sscanf(stat.c_str() + close_paren + 2,
+               "%c %d %*d %*d %*d %*d %*u %*u %*u %*u %*u %*u %*u %*d %*d %*d %*d %*d %*d %*u "
+               "%lu %ld",
+               &state, &ppid, &vsize, &rss) != 4) {
+      continue;
+    }
+    std::string uid_line = ReadProc(pid, "status");
+    size_t uid_pos = uid_line.find("\nUid:");
+    uid_t uid = uid_pos == std::string::npos ? 0 : static_cast<uid_t>(atoi(uid_line.c_str() + uid_pos + 5));
+    std::string wchan = ReadProc(pid, "wchan");
+    if (wchan.empty() || wchan == "0") wchan = "0";
+    std::string cmdline = ReadProc(pid, "cmdline");
+    std::string name = cmdline.empty() ? "[" + stat.substr(stat.find('(') + 1, close_paren - stat.find('(') - 1) + "]"
+                                       : std::string(cmdline.c_str());
+    snprintf(line, sizeof(line), "%-10s %5d %5d %8lu %6ld %-16.16s %8d %c %s\n",
+             UserName(uid).c_str(), pid, ppid, vsize / 1024, rss * page_kb, wchan.c_str(), 0,
+             state, name.c_str());
+    out += line;
+  }
+  closedir(proc);
+  return out;
+}
+
+}  // namespace orba::sim

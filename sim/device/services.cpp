@@ -1,0 +1,161 @@
+#include "services.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <android-base/unique_fd.h>
+
+#include <platform/devpath.h>
+#include <platform/hal_wire.h>
+#include <platform/host/device_init.h>
+
+#include "device_files.h"
+
+namespace orba::sim {
+namespace {
+
+std::string PidFile(const ServiceSpec& s) { return std::string("/data/sim/run/") + s.name + ".pid"; }
+
+bool Alive(pid_t pid) {
+  if (pid <= 1 || kill(pid, 0) != 0) return false;
+  // A zombie is gone as far as the device is concerned.
+  std::string stat = "/proc/" + std::to_string(pid) + "/stat";
+  android::base::unique_fd fd(open(stat.c_str(), O_RDONLY | O_CLOEXEC));  // host path: real /proc
+  char buf[256] = {};
+  if (fd < 0 || read(fd, buf, sizeof(buf) - 1) <= 0) return false;
+  const char* close_paren = strrchr(buf, ')');
+  return close_paren != nullptr && close_paren[1] == ' ' && close_paren[2] != 'Z';
+}
+
+void SleepMs(int ms) {
+  timespec ts{ms / 1000, (ms % 1000) * 1000000L};
+  nanosleep(&ts, nullptr);
+}
+
+bool AcceptsConnections(const ServiceSpec& s) {
+  std::string name = orba::hal::HalSocketName(s.hal_descriptor, "default");
+  DevSocketName socket_name(name.c_str());
+  sockaddr_un addr{};
+  addr.sun_family = AF_UNIX;
+  size_t len = strlen(socket_name);
+  if (len + 1 > sizeof(addr.sun_path)) return false;
+  memcpy(addr.sun_path + 1, socket_name.c_str(), len);  // abstract namespace: leading NUL
+  android::base::unique_fd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (fd < 0) return false;
+  socklen_t size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + len);
+  return connect(fd, reinterpret_cast<sockaddr*>(&addr), size) == 0;
+}
+
+void SetServiceState(const ServiceSpec& s, const char* state) {
+  std::string prop = std::string("init.svc.") + s.name;
+  orba_init_property_set(prop.c_str(), state);
+}
+
+}  // namespace
+
+const std::vector<ServiceSpec>& DeviceServices() {
+  static const std::vector<ServiceSpec> services = {
+      {"orbaatcmd-hal-1-0", "orbaatcmd-hal-1-0",
+       "vendor.factory.hardware.orbaatcmd@1.0::IOrbaAtcmd"},
+  };
+  return services;
+}
+
+const ServiceSpec* FindService(const std::string& name) {
+  for (const ServiceSpec& s : DeviceServices()) {
+    if (name == s.name) return &s;
+  }
+  return nullptr;
+}
+
+pid_t ServicePid(const ServiceSpec& service) {
+  std::string text;
+  if (!ReadDeviceFile(PidFile(service), &text)) return 0;
+  pid_t pid = static_cast<pid_t>(atoi(text.c_str()));
+  return Alive(pid) ? pid : 0;
+}
+
+bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_ready,
+                  std::string* error) {
+  if (ServicePid(service) != 0) return true;
+  std::string program = ctx.bin_dir + "/" + service.program;
+  if (access(program.c_str(), X_OK) != 0) {  // host path: the sim's own build
+    *error = std::string(service.name) + ": " + program + " is not built";
+    return false;
+  }
+  DevPath log("/data/sim/logcat");
+  std::string path_env = ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" +
+                         (getenv("PATH") != nullptr ? getenv("PATH") : "/usr/bin:/bin");
+
+  pid_t pid = fork();
+  if (pid < 0) {
+    *error = std::string("fork: ") + strerror(errno);
+    return false;
+  }
+  if (pid == 0) {
+    // The service outlives this command: its own session, no terminal, its log to the device log.
+    setsid();
+    int null_fd = open("/dev/null", O_RDWR);  // host path: the host's null device
+    int log_fd = open(log, O_WRONLY | O_APPEND | O_CREAT, 0644);
+    dup2(null_fd, 0);
+    dup2(null_fd, 1);
+    dup2(log_fd >= 0 ? log_fd : null_fd, 2);
+    setenv("ORBA_DEVICE_ROOT", ctx.root.c_str(), 1);
+    setenv("PATH", path_env.c_str(), 1);
+    if (chdir(ctx.root.c_str()) != 0) _exit(126);  // host path: the device's "/"
+    execl(program.c_str(), service.program, static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  if (!WriteDeviceFile(PidFile(service), std::to_string(pid) + "\n")) {
+    *error = std::string("cannot record the pid of ") + service.name;
+    return false;
+  }
+  SetServiceState(service, "running");
+  if (!wait_ready || service.hal_descriptor == nullptr) return true;
+  for (int waited = 0; waited < 5000; waited += 10) {
+    if (AcceptsConnections(service)) return true;
+    int status = 0;
+    if (waitpid(pid, &status, WNOHANG) == pid) {
+      SetServiceState(service, "stopped");
+      *error = std::string(service.name) + " exited during start-up (see logcat)";
+      return false;
+    }
+    SleepMs(10);
+  }
+  *error = std::string(service.name) + " did not start serving within 5 s (see logcat)";
+  return false;
+}
+
+bool StopService(const SimContext& ctx, const ServiceSpec& service, std::string* error) {
+  (void)ctx;
+  pid_t pid = ServicePid(service);
+  if (pid != 0) {
+    if (kill(pid, SIGTERM) != 0 && errno != ESRCH) {
+      *error = std::string("kill ") + service.name + ": " + strerror(errno);
+      return false;
+    }
+    for (int waited = 0; Alive(pid); waited += 10) {
+      if (waited == 3000) kill(pid, SIGKILL);
+      if (waited == 5000) {
+        *error = std::string(service.name) + " (pid " + std::to_string(pid) + ") does not stop";
+        return false;
+      }
+      waitpid(pid, nullptr, WNOHANG);  // reaps it when this process started it
+      SleepMs(10);
+    }
+  }
+  DevPath pid_file(PidFile(service).c_str());
+  unlink(pid_file);
+  SetServiceState(service, "stopped");
+  return true;
+}
+
+}  // namespace orba::sim

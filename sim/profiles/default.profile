@@ -1,0 +1,46 @@
+# The default simulated device: a Qualcomm-based phone project in factory mode, with the
+# engineer-mode app installed, a pop-up camera and the laser ranging sensor fitted.
+#
+# [properties]   name = value, set by the device's init (read-only ones included)
+# [features]     name = value, the lines of /etc/em_features.xml
+# [files]        device path = one line of content ("\n" starts a new line)
+# [present]      device paths that must exist (empty files): installed apps, optional nodes
+
+[properties]
+ro.orba.product.model = PD5202CMA
+ro.orba.product.platform = SM8250
+ro.orba.product.solution = qcom
+ro.orba.oem.name = ORBA
+ro.orba.dyn.support = no
+ro.hardware.qzt = qcom
+ro.build.version.release = 12
+ro.build.version.sdk = 31
+ro.build.version.group = V2.0
+ro.build.date.utc = 1767225600
+ro.product.upgrade.level = N
+ro.vendor.orba.board_version = 1
+persist.sys.factory.mode = yes
+persist.sys.user.qztem = 0
+persist.sys.aftersale.qztem = 0
+persist.sys.fptype = udfp
+persist.radio.multisim.config = dsds
+sys.boot_completed = 1
+# engineer-mode app answers
+sim.em.refresh_rate = 120
+sim.em.global.screen_brightness = 128
+
+[features]
+camera_motor_type = pop
+laser_sensor = TMF8801
+fingerprint = udfp
+rotary_motor_parameters = deg0[10,20];deg180[170,190]
+
+[files]
+/proc/cmdline = console=ttyMSM0,115200n8 androidboot.hardware=qcom androidboot.mode=factory support_minidp=0
+/sys/devs_list/card_slot_status_check = 1
+/sys/class/timed_output/motor/enable = 0
+/vendor/etc/ntc.ini = [ntc]\nboard_ntc = /sys/class/thermal/thermal_zone0/temp\n
+/sys/class/thermal/thermal_zone0/temp = 36500
+
+[present]
+/system/app/orbaEngineerMode/orbaEngineerMode.apk
