@@ -1,0 +1,116 @@
+// orbafactory: the factory test library from a shell, one family of test steps per subcommand.
+
+#include <android/log.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <algorithm>
+#include <string>
+
+#include "cli.h"
+
+#if !defined(__ANDROID__)
+#include <platform/host/device_root.h>
+#endif
+
+namespace {
+
+using orba::cli::Command;
+using orba::cli::Family;
+
+void PrintUsage(FILE* out) {
+  fputs("usage: orbafactory [--root DIR] [-v] FAMILY COMMAND [ARGS]\n"
+        "\n"
+        "Runs the factory test library's steps one at a time: results on stdout, diagnostics on\n"
+        "stderr. Exit status: 0 done, 1 the step failed, 2 usage error, 3 no device.\n"
+        "\n"
+        "options:\n"
+        "  --root DIR   the simulated device to work on (default: $ORBA_DEVICE_ROOT)\n"
+        "  -v           show the library's log (debug and up) on stderr; default: warnings\n"
+        "  -h, --help   this text; `orbafactory FAMILY --help` lists a family's commands\n"
+        "\n"
+        "families:\n",
+        out);
+  std::vector<const Family*> families = orba::cli::Families();
+  std::sort(families.begin(), families.end(),
+            [](const Family* a, const Family* b) { return strcmp(a->name, b->name) < 0; });
+  for (const Family* f : families) fprintf(out, "  %-10s %s\n", f->name, f->summary);
+}
+
+void PrintFamily(FILE* out, const Family& f) {
+  fprintf(out, "orbafactory %s: %s\n\n", f.name, f.summary);
+  for (const Command& c : f.commands) {
+    std::string line = std::string(f.name) + " " + c.name + (*c.args ? " " : "") + c.args;
+    fprintf(out, "  %-44s %s\n", line.c_str(), c.summary);
+  }
+}
+
+const Family* FindFamily(const std::string& name) {
+  for (const Family* f : orba::cli::Families()) {
+    if (name == f->name) return f;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  int i = 1;
+  bool verbose = false;
+  for (; i < argc && argv[i][0] == '-'; ++i) {
+    std::string opt = argv[i];
+    if (opt == "-h" || opt == "--help") {
+      PrintUsage(stdout);
+      return orba::cli::kOk;
+    } else if (opt == "-v" || opt == "--verbose") {
+      verbose = true;
+    } else if (opt == "--root" && i + 1 < argc) {
+      setenv("ORBA_DEVICE_ROOT", argv[++i], 1);
+    } else if (opt.rfind("--root=", 0) == 0) {
+      setenv("ORBA_DEVICE_ROOT", opt.c_str() + 7, 1);
+    } else {
+      return orba::cli::Error(orba::cli::kUsage, "unknown option %s (see orbafactory --help)",
+                              opt.c_str());
+    }
+  }
+  __android_log_set_minimum_priority(verbose ? ANDROID_LOG_DEBUG : ANDROID_LOG_WARN);
+  if (i >= argc) {
+    PrintUsage(stderr);
+    return orba::cli::kUsage;
+  }
+  const Family* family = FindFamily(argv[i]);
+  if (family == nullptr) {
+    return orba::cli::Error(orba::cli::kUsage, "no family '%s' (see orbafactory --help)", argv[i]);
+  }
+  ++i;
+  if (i >= argc || strcmp(argv[i], "--help") == 0 || strcmp(argv[i], "-h") == 0) {
+    PrintFamily(i >= argc ? stderr : stdout, *family);
+    return i >= argc ? orba::cli::kUsage : orba::cli::kOk;
+  }
+  const Command* command = nullptr;
+  for (const Command& c : family->commands) {
+    if (strcmp(c.name, argv[i]) == 0) command = &c;
+  }
+  if (command == nullptr) {
+    return orba::cli::Error(orba::cli::kUsage, "no command '%s %s' (see orbafactory %s --help)",
+                            family->name, argv[i], family->name);
+  }
+  orba::cli::Args args(argv + i + 1, argv + argc);
+  int count = static_cast<int>(args.size());
+  if (count < command->min_args || (command->max_args >= 0 && count > command->max_args)) {
+    return orba::cli::Error(orba::cli::kUsage, "usage: orbafactory %s %s %s", family->name,
+                            command->name, command->args);
+  }
+#if !defined(__ANDROID__)
+  orba_device_root_reset();
+  if (orba_device_root()[0] == '\0') {
+    return orba::cli::Error(
+        orba::cli::kNoDevice,
+        "no simulated device: start one with\n"
+        "  orbafactory-sim init --root DIR && orbafactory-sim start --root DIR\n"
+        "then give --root DIR, or eval \"$(orbafactory-sim env --root DIR)\"");
+  }
+#endif
+  return command->run(args);
+}
