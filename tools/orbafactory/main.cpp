@@ -41,7 +41,8 @@ void PrintUsage(FILE* out) {
 void PrintFamily(FILE* out, const Family& f) {
   fprintf(out, "orbafactory %s: %s\n\n", f.name, f.summary);
   for (const Command& c : f.commands) {
-    std::string line = std::string(f.name) + " " + c.name + (*c.args ? " " : "") + c.args;
+    std::string line = std::string(f.name) + (*c.name ? " " : "") + c.name + (*c.args ? " " : "") +
+                       c.args;
     fprintf(out, "  %-44s %s\n", line.c_str(), c.summary);
   }
 }
@@ -84,13 +85,17 @@ int main(int argc, char** argv) {
     return orba::cli::Error(orba::cli::kUsage, "no family '%s' (see orbafactory --help)", argv[i]);
   }
   ++i;
-  if (i >= argc || strcmp(argv[i], "--help") == 0 || strcmp(argv[i], "-h") == 0) {
+  // A family of one unnamed command takes its arguments directly ("orbafactory md5 FILE...").
+  bool direct = family->commands.size() == 1 && family->commands[0].name[0] == '\0';
+  if (direct && (i >= argc || (strcmp(argv[i], "--help") != 0 && strcmp(argv[i], "-h") != 0))) {
+    --i;
+  } else if (i >= argc || strcmp(argv[i], "--help") == 0 || strcmp(argv[i], "-h") == 0) {
     PrintFamily(i >= argc ? stderr : stdout, *family);
     return i >= argc ? orba::cli::kUsage : orba::cli::kOk;
   }
-  const Command* command = nullptr;
+  const Command* command = direct ? &family->commands[0] : nullptr;
   for (const Command& c : family->commands) {
-    if (strcmp(c.name, argv[i]) == 0) command = &c;
+    if (!direct && strcmp(c.name, argv[i]) == 0) command = &c;
   }
   if (command == nullptr) {
     return orba::cli::Error(orba::cli::kUsage, "no command '%s %s' (see orbafactory %s --help)",
@@ -99,8 +104,8 @@ int main(int argc, char** argv) {
   orba::cli::Args args(argv + i + 1, argv + argc);
   int count = static_cast<int>(args.size());
   if (count < command->min_args || (command->max_args >= 0 && count > command->max_args)) {
-    return orba::cli::Error(orba::cli::kUsage, "usage: orbafactory %s %s %s", family->name,
-                            command->name, command->args);
+    return orba::cli::Error(orba::cli::kUsage, "usage: orbafactory %s%s%s %s", family->name,
+                            *command->name ? " " : "", command->name, command->args);
   }
 #if !defined(__ANDROID__)
   orba_device_root_reset();

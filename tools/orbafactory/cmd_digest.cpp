@@ -1,0 +1,67 @@
+// orbafactory md5|sha256 FILE...: digests of device files, in md5sum/sha256sum's format.
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <android-base/unique_fd.h>
+#include <orbafactory/digest.h>
+#include <platform/devpath.h>
+
+#include "cli.h"
+
+namespace {
+
+using orba::cli::Args;
+
+void PrintHex(const unsigned char* digest, size_t size, const std::string& path) {
+  for (size_t i = 0; i < size; ++i) printf("%02x", digest[i]);
+  printf("  %s\n", path.c_str());
+}
+
+int Md5(const Args& files) {
+  int status = orba::cli::kOk;
+  for (const std::string& path : files) {
+    Md5Context ctx;
+    MD5_Init(&ctx);
+    if (MD5_Update_File(&ctx, path.c_str()) != 0) {
+      status = orba::cli::Error(orba::cli::kFailed, "md5: cannot read %s", path.c_str());
+      continue;
+    }
+    unsigned char digest[16];
+    MD5_Final(digest, &ctx);
+    PrintHex(digest, sizeof(digest), path);
+  }
+  return status;
+}
+
+int Sha256(const Args& files) {
+  int status = orba::cli::kOk;
+  for (const std::string& path : files) {
+    android::base::unique_fd fd(open(DevPath(path.c_str()), O_RDONLY | O_CLOEXEC));
+    if (fd < 0) {
+      status = orba::cli::Error(orba::cli::kFailed, "sha256: cannot open %s", path.c_str());
+      continue;
+    }
+    Sha256Context ctx;
+    SHA256_init(&ctx);
+    unsigned char buf[64 * 1024];
+    ssize_t n;
+    while ((n = read(fd, buf, sizeof(buf))) > 0) SHA256_update(&ctx, buf, static_cast<int>(n));
+    if (n < 0) {
+      status = orba::cli::Error(orba::cli::kFailed, "sha256: cannot read %s", path.c_str());
+      continue;
+    }
+    PrintHex(SHA256_final(&ctx), 32, path);
+  }
+  return status;
+}
+
+const orba::cli::Family kMd5{"md5", "MD5 of device files (md5sum's format)",
+                             {{"", "FILE...", "print the MD5 of each file", 1, -1, Md5}}};
+const orba::cli::Family kSha256{"sha256", "SHA-256 of device files (sha256sum's format)",
+                                {{"", "FILE...", "print the SHA-256 of each file", 1, -1, Sha256}}};
+orba::cli::Registrar md5_registrar(kMd5);
+orba::cli::Registrar sha256_registrar(kSha256);
+
+}  // namespace
