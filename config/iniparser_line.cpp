@@ -45,8 +45,16 @@ LineKind ClassifyLine(const char* input, char* section, char* key, char* value) 
     StripIni(section);
     return LineKind::kSection;
   }
-  if (sscanf(line, "%1023[^=] = \"%1023[^\"]\"", key, value) == 2 ||
-      sscanf(line, "%1023[^=] = '%1023[^']'", key, value) == 2) {
+  // Every value form needs an '=' after at least one key character.
+  const char* equals = strchr(line, '=');
+  if (equals == nullptr || equals == line) return LineKind::kError;
+  // The quoted forms can only match when a quote is the first thing after the '='; checking
+  // that first spares most lines two scans.
+  const char* after = equals + 1;
+  while (IsIniSpace(*after)) ++after;
+  bool quoted = *after == '"' || *after == '\'';
+  if (quoted && (sscanf(line, "%1023[^=] = \"%1023[^\"]\"", key, value) == 2 ||
+                 sscanf(line, "%1023[^=] = '%1023[^']'", key, value) == 2)) {
     // Quoted values keep their inner white space.
     StripIni(key);
     return LineKind::kValue;
