@@ -1,0 +1,51 @@
+// One command to the vendor AT-command daemon's local socket, one reply back.
+
+#include <cutils/sockets.h>
+#include <errno.h>
+#include <string.h>
+#include <sys/socket.h>
+
+#include <android-base/unique_fd.h>
+#include <orbafactory/sysaccess.h>
+#include <platform/devpath.h>
+#include <platform/log.h>
+
+namespace {
+
+// Shared by every call; the AT-command thread is the only caller.
+char g_command_reply[1024];
+
+char* Fail() {
+  strcpy(g_command_reply, "error");
+  return g_command_reply;
+}
+
+}  // namespace
+
+extern "C" ORBA_EXPORT char* atcmd_execute_vendor(const char* cmd) {
+  if (cmd == nullptr) {
+    ORBA_LOGE("cmd is null");
+    return Fail();
+  }
+  android::base::unique_fd fd(socket_local_client(DevSocketName("atcid_vendor_socket"),
+                                                  ANDROID_SOCKET_NAMESPACE_ABSTRACT,
+                                                  SOCK_STREAM));
+  if (fd.get() < 0) {
+    ORBA_LOGE("socket_local_client err:%s", strerror(errno));
+    return Fail();
+  }
+  ORBA_LOGD("sendmsg: %s to %d", cmd, fd.get());
+  if (send(fd.get(), cmd, strlen(cmd), MSG_NOSIGNAL) < 0) {
+    ORBA_LOGE("send err:%s", strerror(errno));
+    return Fail();
+  }
+  ORBA_LOGD("ready to recv...");
+  memset(g_command_reply, 0, sizeof(g_command_reply));
+  // One byte short of the buffer so the reply always reads as a terminated string.
+  ssize_t n = recv(fd.get(), g_command_reply, sizeof(g_command_reply) - 1, 0);
+  if (n < 0) {
+    ORBA_LOGE("recv err:%s", strerror(errno));
+    return Fail();
+  }
+  return g_command_reply;
+}

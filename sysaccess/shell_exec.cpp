@@ -1,0 +1,105 @@
+// Running shell commands with the caller's own rights and capturing what they print.
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <android-base/unique_fd.h>
+#include <orbafactory/sysaccess.h>
+#include <platform/devpath.h>
+#include <platform/log.h>
+
+extern "C" ORBA_EXPORT int ext_system(const char* cmd, char* out, int len) {
+  // A zero length has no room for the terminator written below, so it is refused as well.
+  if (cmd == nullptr || out == nullptr || len < 1) {
+    ORBA_LOGE("system paramer invalid!");
+    return -1;
+  }
+  FILE* stream = popen(cmd, "r");
+  if (stream == nullptr) {
+    ORBA_LOGE("popen error:%s", strerror(errno));
+    return -1;
+  }
+  memset(out, 0, static_cast<size_t>(len));
+  // One item of len bytes: the count is 0 for shorter output, but the text is in `out`.
+  (void)fread(out, static_cast<size_t>(len), 1, stream);
+  out[len - 1] = '\0';
+  pclose(stream);
+  ORBA_LOGE("cmd:%s, response: %s", cmd, out);
+  return 0;
+}
+
+namespace {
+
+// Only these vendor tools may be run through exec_shell_vendor, matched by their beginning.
+bool IsWhitelisted(const char* cmd) {
+  return strncmp(cmd, "/vendor/app/bRPMB-CMD", 21) == 0 ||
+         strncmp(cmd, "tlcrpmb_gp getflag", 18) == 0;
+}
+
+}  // namespace
+
+extern "C" ORBA_EXPORT int exec_shell_vendor(const char* cmd, char* out, int len) {
+  if (cmd == nullptr || out == nullptr || len < 0) {
+    ORBA_LOGE("system paramer invalid!");
+    return -1;
+  }
+  if (!IsWhitelisted(cmd)) {
+    ORBA_LOGE("not support cmd!");
+    return -1;
+  }
+  int fds[2];
+  if (pipe2(fds, O_CLOEXEC) != 0) {
+    ORBA_LOGE("create pipe fail.");
+    return -1;
+  }
+  android::base::unique_fd read_end(fds[0]);
+  android::base::unique_fd write_end(fds[1]);
+  // Resolved before fork: the child only execs.
+  DevPath shell("/vendor/bin/sh");
+  const char* const argv[] = {"sh", "-c", cmd, nullptr};
+  pid_t pid = fork();
+  if (pid < 0) {
+    ORBA_LOGE("fork fail.");
+    return -1;
+  }
+  if (pid == 0) {
+    close(read_end.get());
+    if (write_end.get() != STDOUT_FILENO) {
+      dup2(write_end.get(), STDOUT_FILENO);  // dup2 clears O_CLOEXEC on the copy
+    }
+    execv(shell, const_cast<char* const*>(argv));
+    _exit(127);
+  }
+  write_end.reset();
+
+  fcntl(read_end.get(), F_SETFL, fcntl(read_end.get(), F_GETFL) | O_NONBLOCK);
+  int received = 0;
+  bool child_done = false;
+  do {
+    int status = 0;
+    pid_t w = waitpid(pid, &status, WNOHANG);
+    if (w == pid) {
+      ORBA_LOGE("son thread exit.");
+      child_done = true;
+    } else if (w < 0 && errno != EINTR) {
+      ORBA_LOGE("wait pid error.");
+      return -1;
+    }
+    ssize_t n = read(read_end.get(), out + received, static_cast<size_t>(len - received));
+    if (n > 0) {
+      received += static_cast<int>(n);
+    } else if (n < 0 && errno != EAGAIN && errno != EINTR) {
+      ORBA_LOGE("read with error. errno:%d", errno);
+      ORBA_LOGE("cmd:%s response:%.*s", cmd, received, out);
+      return 0;
+    }
+    usleep(1000);
+  } while (received < len && !child_done);
+  // The output is not terminated here; the log reads only what arrived.
+  ORBA_LOGE("cmd:%s response:%.*s", cmd, received, out);
+  return 0;
+}
