@@ -11,6 +11,8 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -83,6 +85,20 @@ int MapWholeFile(const char* path, MemoryMap* out) {
   return 0;
 }
 
+// Bytes readable through `fd`: a block device's capacity or a plain file's size.
+bool DeviceSize(int fd, size_t* size) {
+  struct stat st;
+  if (fstat(fd, &st) != 0) return false;
+  if (S_ISBLK(st.st_mode)) {
+    uint64_t bytes = 0;
+    if (ioctl(fd, BLKGETSIZE64, &bytes) != 0) return false;
+    *size = static_cast<size_t>(bytes);
+  } else {
+    *size = static_cast<size_t>(st.st_size);
+  }
+  return true;
+}
+
 int MapBlockMap(const char* map_path, MemoryMap* out) {
   std::unique_ptr<FILE, FileCloser> mapf(fopen(DevPath(map_path), "re"));
   if (mapf == nullptr) {
@@ -127,6 +143,10 @@ int MapBlockMap(const char* map_path, MemoryMap* out) {
     ORBA_LOGE("failed to open block device %s: %s\n", block_dev, strerror(errno));
     return -1;
   }
+  // Pages past the end of the device map without complaint but fault when read, so a range
+  // beyond it is refused up front rather than left to crash the reader.
+  size_t device_size = SIZE_MAX;
+  if (!DeviceSize(fd.get(), &device_size)) device_size = SIZE_MAX;
   std::unique_ptr<MappedRange, decltype(&free)> ranges(
       static_cast<MappedRange*>(calloc(range_count, sizeof(MappedRange))), &free);
   if (ranges == nullptr) {
@@ -147,7 +167,8 @@ int MapBlockMap(const char* map_path, MemoryMap* out) {
     size_t offset = 0;
     if (end <= start || __builtin_mul_overflow(end - start, static_cast<size_t>(blksize), &length) ||
         __builtin_mul_overflow(start, static_cast<size_t>(blksize), &offset) ||
-        offset > static_cast<size_t>(LLONG_MAX) || length > remaining) {
+        offset > static_cast<size_t>(LLONG_MAX) || length > remaining ||
+        offset > device_size || device_size - offset < length) {
       ORBA_LOGE("unexpected range in block map: %zu %zu\n", start, end);
       return -1;
     }

@@ -86,6 +86,7 @@ TEST_F(SysMap, BlockMapRejectsInconsistentMaps) {
       {"/dev/block/sdz\n8192 4096\n1\n3 3\n", "unexpected range in block map: 3 3\n"},
       {"/dev/block/sdz\n8192 4096\n1\n4 1\n", "unexpected range in block map: 4 1\n"},
       {"/dev/block/sdz\n8192 4096\n2\n0 1\n2 4\n", "unexpected range in block map: 2 4\n"},
+      {"/dev/block/sdz\n8192 4096\n1\n7 9\n", "unexpected range in block map: 7 9\n"},
       {"/dev/block/sdz\n8192 4096\n1\n0 18446744073709551615\n",
        "unexpected range in block map: 0 18446744073709551615\n"},
       {"/dev/block/sdz\n12288 4096\n1\n0 2\n",
