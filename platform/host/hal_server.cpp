@@ -2,7 +2,6 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <poll.h>
 #include <stddef.h>
 #include <string.h>
 #include <sys/socket.h>
@@ -10,15 +9,38 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 
 #include <android/log.h>
 #include <platform/devpath.h>
 
 namespace orba::hal {
+
+// Shared by the server object and its workers; the last one out frees it, so a worker finishing
+// a slow call after Stop() gave up waiting still has valid state.
+struct HalServer::State {
+  Handler handler;
+  std::string name;
+  sockaddr_un addr{};
+  socklen_t addr_len = 0;
+  int listen_fd = -1;
+  bool stopping = false;  // under mu
+  std::mutex mu;
+  std::condition_variable changed;
+  int workers = 0;  // threads alive
+  int idle = 0;     // threads waiting for a connection
+  int busy = 0;     // calls in progress
+};
+
 namespace {
 
-// A client that connects and then goes quiet must not pin a connection thread for ever.
+constexpr int kInitialWorkers = 4;
+constexpr int kMaxWorkers = 64;
+// A client that connects and then goes quiet must not pin a worker for ever.
 constexpr int kIoTimeoutSeconds = 5;
 
 void SendStatus(int fd, int32_t status) {
@@ -26,6 +48,85 @@ void SendStatus(int fd, int32_t status) {
   w.PutInt32(status);
   std::string framed;
   if (w.Finish(&framed)) WireSend(fd, framed);
+}
+
+void Serve(HalServer::State& s, int fd) {
+  std::string body;
+  // A connection that closes without a request is a registration probe; one that sends a
+  // truncated or oversized frame is dropped. Either way nothing else is affected.
+  if (!WireReceive(fd, &body)) return;
+  WireReader args(body);
+  uint32_t slot = 0;
+  if (!args.GetUint32(&slot)) {
+    SendStatus(fd, -EINVAL);
+    return;
+  }
+  WireWriter results;
+  int status = s.handler(slot, args, results);
+  if (status != 0) {
+    SendStatus(fd, status);
+    return;
+  }
+  WireWriter reply;
+  reply.PutInt32(0);
+  reply.Append(results);
+  std::string framed;
+  if (reply.Finish(&framed)) {
+    WireSend(fd, framed);
+  } else {
+    SendStatus(fd, -EMSGSIZE);
+  }
+}
+
+void Worker(std::shared_ptr<HalServer::State> s);
+
+void SpawnWorker(const std::shared_ptr<HalServer::State>& s) {
+  // Counted by the spawner, under the lock, so the pool never overshoots.
+  ++s->workers;
+  ++s->idle;
+  std::thread(Worker, s).detach();
+}
+
+// Leaves the pool; called with the lock held.
+void Leave(HalServer::State& s) {
+  --s.workers;
+  s.changed.notify_all();
+}
+
+void Worker(std::shared_ptr<HalServer::State> s) {
+  for (;;) {
+    // Only idle workers wait here, and only while the server runs (see Stop). A blocking accept
+    // lets the kernel wake exactly one waiting worker per connection.
+    int fd = accept4(s->listen_fd, nullptr, nullptr, SOCK_CLOEXEC);
+    int err = errno;
+    {
+      std::lock_guard<std::mutex> lock(s->mu);
+      if (s->stopping || (fd < 0 && err != EINTR && err != ECONNABORTED)) {
+        if (fd >= 0) close(fd);
+        --s->idle;
+        Leave(*s);
+        return;
+      }
+      if (fd < 0) continue;
+      --s->idle;
+      ++s->busy;
+      if (s->idle == 0 && s->workers < kMaxWorkers) SpawnWorker(s);
+    }
+    timeval tv{kIoTimeoutSeconds, 0};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
+    setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof(tv));
+    Serve(*s, fd);
+    close(fd);
+    std::lock_guard<std::mutex> lock(s->mu);
+    --s->busy;
+    // A worker that finishes after Stop never waits in accept again: the socket may be gone.
+    if (s->stopping) {
+      Leave(*s);
+      return;
+    }
+    ++s->idle;
+    s->changed.notify_all();
+  }
 }
 
 }  // namespace
@@ -36,7 +137,7 @@ HalServer::HalServer(const char* descriptor, const char* instance, Handler handl
 HalServer::~HalServer() { Stop(); }
 
 int HalServer::Start() {
-  if (listen_fd_ >= 0) return -EALREADY;
+  if (state_ != nullptr) return -EALREADY;
   DevSocketName dev(name_.c_str());
   sockaddr_un addr{};
   addr.sun_family = AF_UNIX;
@@ -45,94 +146,51 @@ int HalServer::Start() {
   memcpy(addr.sun_path + 1, dev.c_str(), len);
   socklen_t addr_len = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + len);
 
+  auto s = std::make_shared<State>();
+  s->handler = handler_;
+  s->name = name_;
+  s->addr = addr;
+  s->addr_len = addr_len;
   int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd < 0) return -errno;
-  if (bind(fd, reinterpret_cast<const sockaddr*>(&addr), addr_len) != 0 || listen(fd, 64) != 0) {
+  if (bind(fd, reinterpret_cast<const sockaddr*>(&addr), addr_len) != 0 || listen(fd, 128) != 0) {
     int err = errno;
     close(fd);
     return -err;
   }
-  if (pipe2(wake_pipe_, O_CLOEXEC) != 0) {
-    int err = errno;
-    close(fd);
-    return -err;
-  }
-  listen_fd_ = fd;
-  acceptor_ = std::thread(&HalServer::AcceptLoop, this);
+  s->listen_fd = fd;
+  std::lock_guard<std::mutex> lock(s->mu);
+  for (int i = 0; i < kInitialWorkers; ++i) SpawnWorker(s);
+  state_ = std::move(s);
   return 0;
 }
 
 void HalServer::Stop(int drain_ms) {
-  if (listen_fd_ < 0) return;
-  char b = 0;
-  while (write(wake_pipe_[1], &b, 1) < 0 && errno == EINTR) {
+  if (state_ == nullptr) return;
+  std::shared_ptr<State> s = std::move(state_);
+  std::unique_lock<std::mutex> lock(s->mu);
+  s->stopping = true;
+  // Idle workers wait in accept: one empty connection apiece wakes each so it can leave. Busy
+  // ones see `stopping` when their call ends and leave without waiting again.
+  while (s->idle > 0) {
+    int waiting = s->idle;
+    lock.unlock();
+    for (int k = 0; k < waiting; ++k) {
+      int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+      if (fd < 0) break;
+      connect(fd, reinterpret_cast<const sockaddr*>(&s->addr), s->addr_len);
+      close(fd);
+    }
+    lock.lock();
+    s->changed.wait_for(lock, std::chrono::milliseconds(10), [&] { return s->idle == 0; });
   }
-  acceptor_.join();
-  close(listen_fd_);
-  listen_fd_ = -1;
-  close(wake_pipe_[0]);
-  close(wake_pipe_[1]);
-  wake_pipe_[0] = wake_pipe_[1] = -1;
-  std::unique_lock<std::mutex> lock(mu_);
-  if (!idle_.wait_for(lock, std::chrono::milliseconds(drain_ms), [this] { return active_ == 0; })) {
+  // Nobody is in accept now, so closing releases the name: the service reads as absent.
+  close(s->listen_fd);
+  if (!s->changed.wait_for(lock, std::chrono::milliseconds(drain_ms),
+                           [&] { return s->workers == 0; })) {
     __android_log_print(ANDROID_LOG_WARN, "orba_hal", "%s: %d call(s) still running at stop",
-                        name_.c_str(), active_);
+                        s->name.c_str(), s->busy);
   }
-}
-
-void HalServer::AcceptLoop() {
-  for (;;) {
-    pollfd fds[2] = {{listen_fd_, POLLIN, 0}, {wake_pipe_[0], POLLIN, 0}};
-    int n = poll(fds, 2, -1);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return;
-    }
-    if (fds[1].revents != 0) return;
-    if ((fds[0].revents & POLLIN) == 0) continue;
-    int fd = accept4(listen_fd_, nullptr, nullptr, SOCK_CLOEXEC);
-    if (fd < 0) continue;
-    timeval tv{kIoTimeoutSeconds, 0};
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
-    setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof(tv));
-    {
-      std::lock_guard<std::mutex> lock(mu_);
-      ++active_;
-    }
-    std::thread(&HalServer::ServeConnection, this, fd).detach();
-  }
-}
-
-void HalServer::ServeConnection(int fd) {
-  std::string body;
-  // A connection that closes without a request is a registration probe; one that sends a
-  // truncated or oversized frame is dropped. Either way nothing else is affected.
-  if (WireReceive(fd, &body)) {
-    WireReader args(body);
-    uint32_t slot = 0;
-    if (!args.GetUint32(&slot)) {
-      SendStatus(fd, -EINVAL);
-    } else {
-      WireWriter results;
-      int status = handler_(slot, args, results);
-      if (status != 0) {
-        SendStatus(fd, status);
-      } else {
-        WireWriter reply;
-        reply.PutInt32(0);
-        reply.Append(results);
-        std::string framed;
-        if (reply.Finish(&framed)) {
-          WireSend(fd, framed);
-        } else {
-          SendStatus(fd, -EMSGSIZE);
-        }
-      }
-    }
-  }
-  close(fd);
-  std::lock_guard<std::mutex> lock(mu_);
-  if (--active_ == 0) idle_.notify_all();
 }
 
 }  // namespace orba::hal

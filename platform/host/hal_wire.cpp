@@ -131,12 +131,22 @@ bool WireSend(int fd, const std::string& framed) {
 }
 
 bool WireReceive(int fd, std::string* body) {
-  char header[4];
-  if (!ReadFully(fd, header, sizeof(header))) return false;
-  uint32_t len = Le32(header);
-  if (len > kHalMaxMessage) return false;
+  // Small messages, the usual case, arrive in one read together with their length.
+  char first[4096];
+  size_t got = 0;
+  while (got < 4) {
+    ssize_t n = read(fd, first + got, sizeof(first) - got);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    got += static_cast<size_t>(n);
+  }
+  uint32_t len = Le32(first);
+  if (len > kHalMaxMessage || got - 4 > len) return false;  // more than announced: malformed
+  body->assign(first + 4, got - 4);
+  if (body->size() == len) return true;
+  size_t have = body->size();
   body->resize(len);
-  return len == 0 || ReadFully(fd, body->data(), len);
+  return ReadFully(fd, body->data() + have, len - have);
 }
 
 std::string HalSocketName(const char* descriptor, const char* instance) {

@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -233,6 +234,30 @@ TEST_F(AtcmdClientTest, FingerprintMessages) {
   orbaatcmd_send_message_to_fingerprint("ping", reply, sizeof(reply) - 1);
   responder.join();
   EXPECT_STREQ(reply, "got:ping");
+}
+
+TEST_F(AtcmdClientTest, ASlowCommandDoesNotHoldUpOtherCalls) {
+  WriteDeviceFile("/etc/version", "7");
+  std::atomic<bool> finished{false};
+  std::thread slow([&] {
+    char out[16] = {};
+    EXPECT_EQ(orbaatcmd_exec_system_cmd("sleep 1; echo done", out, 15), 0);
+    EXPECT_STREQ(out, "done\n");
+    finished = true;
+  });
+  // More concurrent slow calls than the service starts with, and quick ones beside them.
+  std::thread more[5];
+  for (std::thread& t : more) {
+    t = std::thread([] {
+      char out[8] = {};
+      EXPECT_EQ(orbaatcmd_exec_system_cmd("sleep 1", out, 7), 0);
+    });
+  }
+  usleep(100000);
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(orbaatcmd_sizeof_system_file("/etc/version"), 1);
+  EXPECT_FALSE(finished.load());
+  slow.join();
+  for (std::thread& t : more) t.join();
 }
 
 TEST_F(AtcmdClientTest, CplcIsReserved) { EXPECT_EQ(orbaatcmd_getCPLC(), -1); }

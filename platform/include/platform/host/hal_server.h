@@ -2,16 +2,16 @@
 #define ORBA_PLATFORM_HOST_HAL_SERVER_H
 
 // The service side of the host HAL transport (hal_wire.h): registers a service instance by
-// listening on its abstract socket and answers each connection's one request on its own thread.
-// The simulated HAL daemons run one of these; tests may run one on a thread of their own.
+// listening on its abstract socket and answers each connection's one request. Workers wait in
+// accept ahead of time (a call costs no thread start), and the pool grows while every worker is
+// busy, so a long command never holds up the calls behind it. The simulated HAL daemons run one
+// of these; tests may run one on a thread of their own.
 
 #include <stdint.h>
 
-#include <condition_variable>
 #include <functional>
-#include <mutex>
+#include <memory>
 #include <string>
-#include <thread>
 
 #include <platform/hal_wire.h>
 
@@ -32,22 +32,16 @@ class ORBA_HAL_API HalServer {
   // Registers the instance (binds the socket under the current device root) and starts
   // accepting. 0, or a negative errno (-EADDRINUSE: the instance is already registered).
   int Start();
-  // Unregisters and waits for the calls in progress (at most `drain_ms`, then gives up on
-  // them: a hung command must not keep a stopping service alive).
+  // Unregisters at once, then waits up to `drain_ms` for the calls in progress. A call still
+  // running after that finishes on its own; it never touches this object again.
   void Stop(int drain_ms = 5000);
 
- private:
-  void AcceptLoop();
-  void ServeConnection(int fd);
+  struct State;
 
+ private:
   std::string name_;
   Handler handler_;
-  int listen_fd_ = -1;
-  int wake_pipe_[2] = {-1, -1};
-  std::thread acceptor_;
-  std::mutex mu_;
-  std::condition_variable idle_;
-  int active_ = 0;
+  std::shared_ptr<State> state_;
 };
 
 }  // namespace orba::hal
