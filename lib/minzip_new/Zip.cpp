@@ -247,7 +247,14 @@ extern "C" {
 
 int mzOpenZipArchive(const unsigned char* addr, size_t length, ZipArchive* out) {
   if (out == nullptr) return -1;
+  // Callers may map the file straight into the archive's own mapping and open it on that; its
+  // ranges are then kept so that releasing the archive's mapping unmaps the file.
+  MemoryMap mapping = {};
+  if (out->mapping.base == addr && out->mapping.length == length && addr != nullptr) {
+    mapping = out->mapping;
+  }
   memset(out, 0, sizeof(*out));
+  out->mapping = mapping;
   out->mapping.base = const_cast<unsigned char*>(addr);
   out->mapping.length = length;
   if (addr == nullptr || ParseCentralDirectory(addr, length, out) != 0) {

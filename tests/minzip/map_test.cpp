@@ -104,6 +104,17 @@ TEST_F(SysMap, BlockMapRejectsInconsistentMaps) {
   }
 }
 
+TEST_F(SysMap, ArchiveOpenedOnItsOwnMappingKeepsIt) {
+  WriteDeviceFile("/data/a.zip", BuildZip({{"f", "x"}}).bytes);
+  ZipArchive za;
+  ASSERT_EQ(sysMapFile("/data/a.zip", &za.mapping), 0);
+  ASSERT_EQ(mzOpenZipArchive(za.mapping.base, za.mapping.length, &za), 0);
+  EXPECT_EQ(za.mapping.range_count, 1);
+  mzCloseZipArchive(&za);
+  sysReleaseMap(&za.mapping);
+  EXPECT_EQ(za.mapping.ranges, nullptr);
+}
+
 // An archive written into scattered blocks of a device reads the same as the file itself.
 TEST_F(SysMap, ArchiveThroughBlockMap) {
   std::string text;
