@@ -4,6 +4,7 @@
 #include <android/log.h>
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -27,6 +28,8 @@ class SimDeviceTest : public DeviceRootTest {
     ASSERT_EQ(init.status, 0) << init.err;
     ProgramResult start = Sim({"start", "orbaatcmd-hal-1-0"});
     ASSERT_EQ(start.status, 0) << start.err;
+    // Like init's start, the tool does not wait for the service to register.
+    for (int i = 0; i < 500 && !hal::IOrbaAtcmd::isRegistered("default"); ++i) usleep(10000);
     // The environment `orbafactory-sim env` gives a shell: the device's tools first.
     ProgramResult env = Sim({"env"});
     ASSERT_EQ(env.status, 0);
