@@ -103,6 +103,10 @@ extern "C" ORBA_EXPORT int orbaatcmd_fwrite_data_file(const char* path, const ch
   // The size goes out twice: as the vector's length, which a negative value makes impossible
   // (fatal, as for any vector), and as its own argument.
   ExternalBytes bytes(data, static_cast<size_t>(static_cast<long>(size)));
+  if (data == nullptr && size > 0) {
+    ORBA_LOGE("data is null");
+    return -1;
+  }
   auto service = GetAtcmd(__func__);
   if (service == nullptr) return -1;
   return service->fwriteDataFile(path, mode, bytes, size);
@@ -110,6 +114,10 @@ extern "C" ORBA_EXPORT int orbaatcmd_fwrite_data_file(const char* path, const ch
 
 extern "C" ORBA_EXPORT int orbaatcmd_orbakp_write_file(const void* data, int size) {
   ExternalBytes bytes(data, static_cast<size_t>(static_cast<long>(size)));
+  if (data == nullptr && size > 0) {
+    ORBA_LOGE("data is null");
+    return -1;
+  }
   auto service = GetAtcmd(__func__);
   if (service == nullptr) return -1;
   return service->kpWriteFile(bytes, size);

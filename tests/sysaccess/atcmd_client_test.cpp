@@ -127,6 +127,10 @@ TEST_F(AtcmdClientTest, DataFiles) {
   EXPECT_EQ(ReadDeviceFile("/data/blob"), "");
   EXPECT_EQ(orbaatcmd_orbakp_write_file(bytes, 3), 0);
   EXPECT_EQ(ReadDeviceFile(orba::sim::kKpDataPath), std::string("\x00\xff\x10", 3));
+  // No data behind a positive size: refused before anything is sent or written.
+  EXPECT_EQ(orbaatcmd_fwrite_data_file("/data/blob", "wb", nullptr, 4), -1);
+  EXPECT_EQ(orbaatcmd_orbakp_write_file(nullptr, 4), -1);
+  EXPECT_EQ(ReadDeviceFile(orba::sim::kKpDataPath), std::string("\x00\xff\x10", 3));
 }
 
 TEST_F(AtcmdClientTest, NegativeDataSizeIsFatal) {
