@@ -3,10 +3,10 @@
 // - extracting a 100 MiB deflated member, against zlib's raw inflate called directly on the
 //   member's bytes (the floor any reader can reach), with libziparchive for scale.
 
-#include <orbafactory/minzip.h>
-
 #include <android/log.h>
 #include <benchmark/benchmark.h>
+#include <orbafactory/minzip.h>
+#include <platform/host/device_root.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <zlib.h>
@@ -14,8 +14,6 @@
 #include <fstream>
 #include <string>
 #include <vector>
-
-#include <platform/host/device_root.h>
 
 #include "ziparchive_reference.h"
 

@@ -1,8 +1,7 @@
 // Block map text from the fuzzer, mapped against a small simulated block device.
 
-#include <orbafactory/minzip.h>
-
 #include <fcntl.h>
+#include <orbafactory/minzip.h>
 #include <stddef.h>
 #include <stdint.h>
 #include <unistd.h>

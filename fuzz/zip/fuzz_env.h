@@ -2,14 +2,13 @@
 #define ORBA_FUZZ_ZIP_FUZZ_ENV_H
 
 #include <android/log.h>
+#include <platform/host/device_root.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
-
-#include <platform/host/device_root.h>
 
 namespace orba::fuzz {
 

@@ -1,7 +1,6 @@
 // Archive bytes straight from the fuzzer: open, look up, extract every way there is.
 
 #include <orbafactory/minzip.h>
-
 #include <stddef.h>
 #include <stdint.h>
 

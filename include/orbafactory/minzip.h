@@ -5,7 +5,6 @@
  * directory helpers it is built from. Stored and deflated members only; no ZIP64, no encryption. */
 
 #include <orbafactory/export.h>
-
 #include <stdbool.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -125,14 +124,13 @@ ORBA_EXPORT bool mzReadZipEntry(const ZipArchive* archive, const ZipEntry* entry
 /* `buffer` must hold entry->uncompressed_length bytes. */
 ORBA_EXPORT bool mzExtractZipEntryToBuffer(const ZipArchive* archive, const ZipEntry* entry,
                                            unsigned char* buffer);
-ORBA_EXPORT bool mzExtractZipEntryToFile(const ZipArchive* archive, const ZipEntry* entry,
-                                         int fd);
+ORBA_EXPORT bool mzExtractZipEntryToFile(const ZipArchive* archive, const ZipEntry* entry, int fd);
 /* Extracts every member under `zipDir` (relative) into `targetDir` (absolute), creating the
  * directories on the way. `timestamp`, `callback` and `sehnd` may be NULL. */
 ORBA_EXPORT bool mzExtractRecursive(const ZipArchive* archive, const char* zipDir,
                                     const char* targetDir, const struct utimbuf* timestamp,
-                                    void (*callback)(const char* path, void* cookie),
-                                    void* cookie, struct selabel_handle* sehnd);
+                                    void (*callback)(const char* path, void* cookie), void* cookie,
+                                    struct selabel_handle* sehnd);
 
 /* ---- Directories ---------------------------------------------------------------------------- */
 

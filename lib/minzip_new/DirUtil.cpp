@@ -1,18 +1,16 @@
 // Creating and removing directory trees, with the device paths resolved at every system call.
 
-#include <orbafactory/minzip.h>
-
 #include <dirent.h>
 #include <errno.h>
+#include <orbafactory/minzip.h>
+#include <platform/devpath.h>
+#include <platform/log.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utime.h>
 
 #include <string>
-
-#include <platform/devpath.h>
-#include <platform/log.h>
 
 #include "Label.h"
 

@@ -2,9 +2,7 @@
 // chains of the items after them stay intact; growth drops the tombstones again.
 
 #include <orbafactory/minzip.h>
-
 #include <platform/log.h>
-
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
@@ -98,8 +96,8 @@ void mzHashTableFree(HashTable* table) {
   free(table);
 }
 
-void* mzHashTableLookup(HashTable* table, unsigned int hash, void* item,
-                                    HashCompareFunc cmp, bool add_if_missing) {
+void* mzHashTableLookup(HashTable* table, unsigned int hash, void* item, HashCompareFunc cmp,
+                        bool add_if_missing) {
   const size_t mask = table->size - 1;
   size_t idx = hash & mask;
   // Growth keeps empty slots around, so the walk always ends at one; the bound only guarantees
@@ -146,12 +144,10 @@ int mzHashForeach(HashTable* table, HashForeachFunc func, void* arg) {
   return 0;
 }
 
-int countProbes(HashTable* table, unsigned int hash, const void* item,
-                            HashCompareFunc cmp) {
+int countProbes(HashTable* table, unsigned int hash, const void* item, HashCompareFunc cmp) {
   const size_t mask = table->size - 1;
   size_t idx = hash & mask;
-  for (size_t probes = 1; probes <= table->size && table->entries[idx].data != nullptr;
-       ++probes) {
+  for (size_t probes = 1; probes <= table->size && table->entries[idx].data != nullptr; ++probes) {
     const HashEntry& e = table->entries[idx];
     if (e.data != HASH_TOMBSTONE && e.hash_value == hash && cmp(e.data, item) == 0) {
       return static_cast<int>(probes);
@@ -161,8 +157,7 @@ int countProbes(HashTable* table, unsigned int hash, const void* item,
   return -1;
 }
 
-int mzHashTableProbeCount(HashTable* table, HashCalcFunc calc_func,
-                                      HashCompareFunc cmp) {
+int mzHashTableProbeCount(HashTable* table, HashCalcFunc calc_func, HashCompareFunc cmp) {
   int min_probes = 0;
   int max_probes = 0;
   long total = 0;

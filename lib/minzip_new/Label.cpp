@@ -1,11 +1,10 @@
 #include "Label.h"
 
 #include <errno.h>
+#include <platform/log.h>
 #include <selinux/label.h>
 #include <selinux/selinux.h>
 #include <string.h>
-
-#include <platform/log.h>
 
 namespace orba::minzip {
 

@@ -1,24 +1,23 @@
 // Read-only file mappings: a whole file in one piece, or a file whose blocks are scattered over a
 // block device and described by a block map, stitched into one contiguous view.
 
-#include <orbafactory/minzip.h>
-
 #include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <limits.h>
-#include <memory>
+#include <linux/fs.h>
+#include <orbafactory/minzip.h>
+#include <platform/devpath.h>
+#include <platform/log.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <platform/devpath.h>
-#include <platform/log.h>
+#include <memory>
 
 namespace {
 
@@ -165,10 +164,11 @@ int MapBlockMap(const char* map_path, MemoryMap* out) {
     }
     size_t length = 0;
     size_t offset = 0;
-    if (end <= start || __builtin_mul_overflow(end - start, static_cast<size_t>(blksize), &length) ||
+    if (end <= start ||
+        __builtin_mul_overflow(end - start, static_cast<size_t>(blksize), &length) ||
         __builtin_mul_overflow(start, static_cast<size_t>(blksize), &offset) ||
-        offset > static_cast<size_t>(LLONG_MAX) || length > remaining ||
-        offset > device_size || device_size - offset < length) {
+        offset > static_cast<size_t>(LLONG_MAX) || length > remaining || offset > device_size ||
+        device_size - offset < length) {
       ORBA_LOGE("unexpected range in block map: %zu %zu\n", start, end);
       return -1;
     }

@@ -3,15 +3,13 @@
 // lookups). Nothing is copied; entries point into the mapping.
 
 #include <orbafactory/minzip.h>
-
+#include <platform/log.h>
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/types.h>
 
 #include <algorithm>
-
-#include <platform/log.h>
 
 namespace {
 
@@ -223,8 +221,8 @@ int ParseCentralDirectory(const unsigned char* base, size_t length, ZipArchive* 
   za->index = mzHashTableCreate(mzHashSize(num_entries), nullptr);
   if (za->index == nullptr) return -1;
   for (ZipEntry* e = begin; e != end; ++e) {
-    void* found = mzHashTableLookup(za->index, NameHash(e->name, e->name_length), e,
-                                    CompareEntryNames, true);
+    void* found =
+        mzHashTableLookup(za->index, NameHash(e->name, e->name_length), e, CompareEntryNames, true);
     if (found != e) {
       ORBA_LOGW("WARNING: duplicate entry '%.*s' in Zip\n", static_cast<int>(e->name_length),
                 e->name);

@@ -1,17 +1,15 @@
 // Getting a member's bytes out of the mapping: handed to a consumer in chunks, or written into a
 // caller's buffer or file.
 
-#include <orbafactory/minzip.h>
-
 #include <assert.h>
 #include <errno.h>
 #include <limits.h>
+#include <orbafactory/minzip.h>
+#include <platform/log.h>
 #include <string.h>
 #include <sys/types.h>
 #include <unistd.h>
 #include <zlib.h>
-
-#include <platform/log.h>
 
 namespace {
 
@@ -177,8 +175,8 @@ bool CopyWhole(const unsigned char* data, int length, void* cookie) {
 
 bool CopyTrimmed(const unsigned char* data, int length, void* cookie) {
   BufferSink* sink = static_cast<BufferSink*>(cookie);
-  const size_t n = static_cast<size_t>(length) < sink->room ? static_cast<size_t>(length)
-                                                            : sink->room;
+  const size_t n =
+      static_cast<size_t>(length) < sink->room ? static_cast<size_t>(length) : sink->room;
   memcpy(sink->next, data, n);
   sink->next += n;
   sink->room -= n;
@@ -193,8 +191,8 @@ bool WriteChunk(const unsigned char* data, int length, void* cookie) {
     const size_t want = static_cast<size_t>(length) - done;
     const ssize_t n = TEMP_FAILURE_RETRY(write(fd, data + done, want));
     if (n <= 0) {
-      ORBA_LOGE("Error writing %zd bytes from zip file from %p: %s\n",
-                static_cast<ssize_t>(want), data + done, n < 0 ? strerror(errno) : "no progress");
+      ORBA_LOGE("Error writing %zd bytes from zip file from %p: %s\n", static_cast<ssize_t>(want),
+                data + done, n < 0 ? strerror(errno) : "no progress");
       return false;
     }
     if (static_cast<size_t>(n) > want) {
@@ -226,8 +224,8 @@ bool mzProcessZipEntryContents(const ZipArchive* archive, const ZipEntry* entry,
 }
 
 bool mzReadZipEntry(const ZipArchive* archive, const ZipEntry* entry, char* buf, int bufLen) {
-  BufferSink sink{reinterpret_cast<unsigned char*>(buf), bufLen > 0 ? static_cast<size_t>(bufLen) : 0,
-                  0};
+  BufferSink sink{reinterpret_cast<unsigned char*>(buf),
+                  bufLen > 0 ? static_cast<size_t>(bufLen) : 0, 0};
   if (!mzProcessZipEntryContents(archive, entry, CopyWhole, &sink)) {
     ORBA_LOGE("Can't extract entry to buffer.\n");
     return false;

@@ -1,10 +1,12 @@
 // Extracting a directory of an archive into a directory of the device.
 
-#include <orbafactory/minzip.h>
-
+#include <android-base/unique_fd.h>
 #include <errno.h>
-#include <stdint.h>
 #include <fcntl.h>
+#include <orbafactory/minzip.h>
+#include <platform/devpath.h>
+#include <platform/log.h>
+#include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -12,11 +14,6 @@
 #include <utime.h>
 
 #include <memory>
-
-#include <android-base/unique_fd.h>
-
-#include <platform/devpath.h>
-#include <platform/log.h>
 
 #include "Label.h"
 
@@ -36,8 +33,8 @@ bool StaysInside(const char* rel, size_t len) {
   size_t start = 0;
   while (start <= len) {
     const void* slash = memchr(rel + start, '/', len - start);
-    const size_t end = slash != nullptr ? static_cast<size_t>(static_cast<const char*>(slash) - rel)
-                                        : len;
+    const size_t end =
+        slash != nullptr ? static_cast<size_t>(static_cast<const char*>(slash) - rel) : len;
     if (end - start == 2 && rel[start] == '.' && rel[start + 1] == '.') return false;
     start = end + 1;
   }

@@ -1,7 +1,6 @@
-#include <orbafactory/minzip.h>
-
 #include <android/log.h>
 #include <gtest/gtest.h>
+#include <orbafactory/minzip.h>
 
 #include <functional>
 #include <string>
@@ -41,52 +40,73 @@ struct BadArchive {
 
 TEST(ZipOpen, RejectsMalformedArchivesWithTheirMessage) {
   const BadArchive cases[] = {
-      {"21 bytes", [] { return std::string(21, 'P'); }, ANDROID_LOG_ERROR,
+      {"21 bytes",
+       [] { return std::string(21, 'P'); },
+       ANDROID_LOG_ERROR,
        {"is too small to be zip (21)"}},
-      {"blank", [] { return std::string(4096, '\0'); }, ANDROID_LOG_WARN,
+      {"blank",
+       [] { return std::string(4096, '\0'); },
+       ANDROID_LOG_WARN,
        {"Not a Zip archive (found 0x00000000)"}},
-      {"end record only", [] { return BuildZip({}).bytes; }, ANDROID_LOG_WARN,
+      {"end record only",
+       [] { return BuildZip({}).bytes; },
+       ANDROID_LOG_WARN,
        {"Found Zip archive, but it looks empty"}},
       {"truncated",
        [] {
          BuiltZip z = TwoMembers();
          return z.bytes.substr(0, z.central[1]);
        },
-       ANDROID_LOG_ERROR, {"Could not find end-of-central-directory in Zip"}},
+       ANDROID_LOG_ERROR,
+       {"Could not find end-of-central-directory in Zip"}},
       {"directory offset past the end",
        [] {
          BuiltZip z = TwoMembers();
          Put32(z.bytes, z.end_record + 16, static_cast<uint32_t>(z.bytes.size()));
          return z.bytes;
        },
-       ANDROID_LOG_ERROR, {"Invalid entries=2 offset="}},
+       ANDROID_LOG_ERROR,
+       {"Invalid entries=2 offset="}},
       {"more entries than headers",
        [] {
          BuiltZip z = TwoMembers(std::string(100, 'c'));
          Put16(z.bytes, z.end_record + 8, 3);
          return z.bytes;
        },
-       ANDROID_LOG_ERROR, {"Missed a central dir sig (at 2)"}},
+       ANDROID_LOG_ERROR,
+       {"Missed a central dir sig (at 2)"}},
       {"header runs off the end",
        [] {
          BuiltZip z = TwoMembers();
          Put32(z.bytes, z.end_record + 16, static_cast<uint32_t>(z.bytes.size() - 30));
          return z.bytes;
        },
-       ANDROID_LOG_ERROR, {"Ran off the end (at 0)"}},
+       ANDROID_LOG_ERROR,
+       {"Ran off the end (at 0)"}},
       {"name runs off the end",
        [] {
          BuiltZip z = TwoMembers();
          Put16(z.bytes, z.central[1] + 28, 200);
          return z.bytes;
        },
-       ANDROID_LOG_ERROR, {"Filename ran off the end (at 1)"}},
-      {"name of 4096 characters", [] { return BuildZip({{std::string(4096, 'n'), "x"}}).bytes; },
-       ANDROID_LOG_ERROR, {"Filename too long (4096 chatacters)", "Invalid filename (at 0)"}},
-      {"byte 127 in a name", [] { return BuildZip({{"ok", "1"}, {"bad\x7f", "2"}}).bytes; },
+       ANDROID_LOG_ERROR,
+       {"Filename ran off the end (at 1)"}},
+      {"name of 4096 characters",
+       [] {
+         return BuildZip({{std::string(4096, 'n'), "x"}}).bytes;
+       },
+       ANDROID_LOG_ERROR,
+       {"Filename too long (4096 chatacters)", "Invalid filename (at 0)"}},
+      {"byte 127 in a name",
+       [] {
+         return BuildZip({{"ok", "1"}, {"bad\x7f", "2"}}).bytes;
+       },
        ANDROID_LOG_ERROR,
        {"Filename contains invalid character '177'", "Invalid filename (at 1)"}},
-      {"control character in a name", [] { return BuildZip({{"tab\there", "1"}}).bytes; },
+      {"control character in a name",
+       [] {
+         return BuildZip({{"tab\there", "1"}}).bytes;
+       },
        ANDROID_LOG_ERROR,
        {"Filename contains invalid character '011'", "Invalid filename (at 0)"}},
       {"made on an unknown system",
@@ -95,35 +115,40 @@ TEST(ZipOpen, RejectsMalformedArchivesWithTheirMessage) {
          m.made_by = 0x0a14;
          return BuildZip({m}).bytes;
        },
-       ANDROID_LOG_ERROR, {"Incompatible \"version made by\": 0x0a (at 0)"}},
+       ANDROID_LOG_ERROR,
+       {"Incompatible \"version made by\": 0x0a (at 0)"}},
       {"local header offset past the end",
        [] {
          BuiltZip z = TwoMembers();
          Put32(z.bytes, z.central[1] + 42, static_cast<uint32_t>(z.bytes.size() - 10));
          return z.bytes;
        },
-       ANDROID_LOG_ERROR, {"Bad offset to local header: "}},
+       ANDROID_LOG_ERROR,
+       {"Bad offset to local header: "}},
       {"local header signature",
        [] {
          BuiltZip z = TwoMembers();
          Put32(z.bytes, z.local[1], 0x04034b51);
          return z.bytes;
        },
-       ANDROID_LOG_ERROR, {"Missed a local header sig (at 1)"}},
+       ANDROID_LOG_ERROR,
+       {"Missed a local header sig (at 1)"}},
       {"data past the end",
        [] {
          BuiltZip z = TwoMembers();
          Put32(z.bytes, z.central[0] + 20, 0xfffffff0u);
          return z.bytes;
        },
-       ANDROID_LOG_ERROR, {"Data ran off the end (at 0)"}},
+       ANDROID_LOG_ERROR,
+       {"Data ran off the end (at 0)"}},
       {"local extra field pushes the data past the end",
        [] {
          BuiltZip z = TwoMembers();
          Put16(z.bytes, z.local[1] + 28, 0xffff);
          return z.bytes;
        },
-       ANDROID_LOG_ERROR, {"Data ran off the end (at 1)"}},
+       ANDROID_LOG_ERROR,
+       {"Data ran off the end (at 1)"}},
       {"two entries sharing one member's bytes",
        [] {
          BuiltZip z = TwoMembers();
@@ -131,14 +156,16 @@ TEST(ZipOpen, RejectsMalformedArchivesWithTheirMessage) {
          Put32(z.bytes, z.central[1] + 20, 5);
          return z.bytes;
        },
-       ANDROID_LOG_ERROR, {"Overlapping members in Zip"}},
+       ANDROID_LOG_ERROR,
+       {"Overlapping members in Zip"}},
       {"data reaching into the next member",
        [] {
          BuiltZip z = TwoMembers();
          Put32(z.bytes, z.central[0] + 20, 40);
          return z.bytes;
        },
-       ANDROID_LOG_ERROR, {"Overlapping members in Zip"}},
+       ANDROID_LOG_ERROR,
+       {"Overlapping members in Zip"}},
   };
   for (const BadArchive& c : cases) {
     SCOPED_TRACE(c.what);

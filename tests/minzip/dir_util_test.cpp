@@ -1,7 +1,6 @@
-#include <orbafactory/minzip.h>
-
 #include <errno.h>
 #include <gtest/gtest.h>
+#include <orbafactory/minzip.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utime.h>

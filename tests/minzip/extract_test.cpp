@@ -1,8 +1,7 @@
-#include <orbafactory/minzip.h>
-
 #include <android/log.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <orbafactory/minzip.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utime.h>
@@ -47,8 +46,8 @@ TEST(ZipContents, DeflatedInChunksStoredInOne) {
   OpenedZip zip(BuildZip({{"d", RawDeflate(text), ZIP_DEFLATED, 100000}, {"s", text}}).bytes);
   ASSERT_EQ(zip.rc(), 0);
   std::vector<std::string> chunks;
-  ASSERT_TRUE(mzProcessZipEntryContents(zip.get(), mzFindZipEntry(zip.get(), "d"), CollectChunk,
-                                        &chunks));
+  ASSERT_TRUE(
+      mzProcessZipEntryContents(zip.get(), mzFindZipEntry(zip.get(), "d"), CollectChunk, &chunks));
   std::vector<size_t> sizes;
   std::string joined;
   for (const std::string& c : chunks) {
@@ -59,8 +58,8 @@ TEST(ZipContents, DeflatedInChunksStoredInOne) {
   EXPECT_EQ(joined, text);
 
   chunks.clear();
-  ASSERT_TRUE(mzProcessZipEntryContents(zip.get(), mzFindZipEntry(zip.get(), "s"), CollectChunk,
-                                        &chunks));
+  ASSERT_TRUE(
+      mzProcessZipEntryContents(zip.get(), mzFindZipEntry(zip.get(), "s"), CollectChunk, &chunks));
   ASSERT_EQ(chunks.size(), 1u);
   EXPECT_EQ(chunks[0], text);
 
@@ -105,7 +104,9 @@ TEST(ZipContents, FailuresAreReportedByEveryExtractor) {
       {"truncated stream",
        {"f", deflated.substr(0, deflated.size() / 2), ZIP_DEFLATED, 1000},
        {"zlib inflate call failed (zerr=-5)\n"}},
-      {"unknown method", {"f", text, 12, 1000}, {"Unsupported compression type 12 for entry 'f'\n"}},
+      {"unknown method",
+       {"f", text, 12, 1000},
+       {"Unsupported compression type 12 for entry 'f'\n"}},
       {"stored sizes disagree",
        {"f", text, ZIP_STORED, 2000},
        {"Stored entry 'f' has mismatched sizes (2000 vs 1000)\n"}},
@@ -230,8 +231,7 @@ with zipfile.ZipFile(out, 'w') as z:
       const ZipEntry* e = mzFindZipEntry(&za_, f.c_str());
       ASSERT_NE(e, nullptr) << f;
       std::string out(static_cast<size_t>(e->uncompressed_length), '\0');
-      ASSERT_TRUE(
-          mzExtractZipEntryToBuffer(&za_, e, reinterpret_cast<unsigned char*>(out.data())));
+      ASSERT_TRUE(mzExtractZipEntryToBuffer(&za_, e, reinterpret_cast<unsigned char*>(out.data())));
       EXPECT_EQ(out, ReadHostFile(src + "/" + f)) << f;
     }
 
@@ -271,8 +271,7 @@ TEST_F(ZipExtract, RecursiveTakesOneDirectoryAndStampsIt) {
   std::vector<std::string> reported;
   LogCapture log;
   ASSERT_TRUE(mzExtractRecursive(&za_, "a", "/data/out", &stamp, RecordPath, &reported, nullptr));
-  EXPECT_EQ(reported,
-            (std::vector<std::string>{"/data/out/", "/data/out/b", "/data/out/c/d.txt"}));
+  EXPECT_EQ(reported, (std::vector<std::string>{"/data/out/", "/data/out/b", "/data/out/c/d.txt"}));
   EXPECT_EQ(ReadDeviceFile("/data/out/b"), "b");
   EXPECT_EQ(ReadDeviceFile("/data/out/c/d.txt"), "deep");
   EXPECT_FALSE(Exists("/data/out/ab"));
@@ -344,10 +343,10 @@ TEST_F(ZipExtract, RecursiveRefusesMembersLandingOutsideTheTarget) {
 }
 
 TEST_F(ZipExtract, FailedMemberStopsTheWalk) {
-  WriteDeviceFile("/data/a.zip", BuildZip({{"1", "one"},
-                                           {"2", std::string(20, '\xff'), ZIP_DEFLATED, 100},
-                                           {"3", "three"}})
-                                     .bytes);
+  WriteDeviceFile(
+      "/data/a.zip",
+      BuildZip({{"1", "one"}, {"2", std::string(20, '\xff'), ZIP_DEFLATED, 100}, {"3", "three"}})
+          .bytes);
   ASSERT_TRUE(Open("/data/a.zip"));
   LogCapture log;
   EXPECT_TRUE(mzExtractRecursive(&za_, "", "/data/out", nullptr, nullptr, nullptr, nullptr));

@@ -1,6 +1,7 @@
-#include <orbafactory/minzip.h>
-
 #include <gtest/gtest.h>
+#include <orbafactory/minzip.h>
+#include <stdio.h>
+#include <sys/resource.h>
 
 #include <string>
 #include <vector>
@@ -18,7 +19,9 @@ unsigned int IntHash(const void* item) {
 struct Table {
   explicit Table(size_t size, HashFreeFunc f = nullptr) : t(mzHashTableCreate(size, f)) {}
   ~Table() { mzHashTableFree(t); }
-  void* Add(unsigned hash, int* item) { return mzHashTableLookup(t, hash, item, CompareInts, true); }
+  void* Add(unsigned hash, int* item) {
+    return mzHashTableLookup(t, hash, item, CompareInts, true);
+  }
   void* Find(unsigned hash, int* item) {
     return mzHashTableLookup(t, hash, item, CompareInts, false);
   }
@@ -29,12 +32,11 @@ struct Table {
 TEST(HashTable, SizeArithmetic) {
   const struct {
     unsigned in, out;
-  } pow2[] = {{0, 0},       {1, 1},       {2, 2}, {3, 4}, {5, 8}, {1024, 1024}, {1025, 2048},
-              {0x80000000u, 0x80000000u}, {0x80000001u, 0}};
+  } pow2[] = {{0, 0},          {1, 1},       {2, 2},       {3, 4},
+              {5, 8},          {1024, 1024}, {1025, 2048}, {0x80000000u, 0x80000000u},
+              {0x80000001u, 0}};
   for (const auto& c : pow2) EXPECT_EQ(roundUpPower2(c.in), c.out) << c.in;
-  const struct {
-    size_t in, out;
-  } sizes[] = {{0, 1}, {1, 2}, {5, 9}, {10, 17}, {65535, 104857}};
+  const struct { size_t in, out; } sizes[] = {{0, 1}, {1, 2}, {5, 9}, {10, 17}, {65535, 104857}};
   for (const auto& c : sizes) EXPECT_EQ(mzHashSize(c.in), c.out) << c.in;
 
   const struct {
@@ -169,6 +171,46 @@ TEST(HashTable, ForeachClearAndFreeVisitLiveItemsOnly) {
   mzHashTableFree(other);
   EXPECT_EQ(freed_sum, 10);
   mzHashTableFree(nullptr);
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+#define ORBA_NO_ADDRESS_LIMIT 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ORBA_NO_ADDRESS_LIMIT 1
+#endif
+#endif
+
+// Growth that cannot get memory ends the process instead of leaving a table that silently
+// stopped indexing. The child caps its address space just above what it uses, so doubling a
+// 16 MiB table cannot be satisfied.
+TEST(HashTableDeathTest, FailedGrowthAborts) {
+#ifdef ORBA_NO_ADDRESS_LIMIT
+  GTEST_SKIP() << "the address sanitizer needs more address space than the cap leaves";
+#else
+  auto fill_past_limit = [] {
+    const size_t slots = 1u << 20;
+    HashTable* t = mzHashTableCreate(slots, nullptr);
+    static int item;
+    auto never_equal = [](const void*, const void*) { return 1; };
+    for (size_t i = 0; i < slots * 5 / 8; ++i) {
+      mzHashTableLookup(t, static_cast<unsigned>(i), &item, never_equal, true);
+    }
+    long vm_kib = 0;
+    FILE* f = fopen("/proc/self/status", "r");
+    char line[256];
+    while (f != nullptr && fgets(line, sizeof(line), f) != nullptr) {
+      sscanf(line, "VmSize: %ld", &vm_kib);
+    }
+    if (f != nullptr) fclose(f);
+    const rlim_t cap = static_cast<rlim_t>(vm_kib + 8 * 1024) * 1024;
+    const struct rlimit lim = {cap, cap};
+    setrlimit(RLIMIT_AS, &lim);
+    ASSERT_EQ(t->size, slots) << "exactly at the limit, not grown yet";
+    mzHashTableLookup(t, 0xfffff, &item, never_equal, true);
+  };
+  EXPECT_DEATH(fill_past_limit(), "Mabaig hash resize failure");
+#endif
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
-#include <orbafactory/minzip.h>
-
 #include <android/log.h>
 #include <gtest/gtest.h>
+#include <orbafactory/minzip.h>
 #include <selinux/label.h>
 #include <selinux/selinux.h>
 

@@ -1,7 +1,6 @@
-#include <orbafactory/minzip.h>
-
 #include <android/log.h>
 #include <gtest/gtest.h>
+#include <orbafactory/minzip.h>
 
 #include <string>
 
@@ -41,8 +40,8 @@ TEST_F(SysMap, WholeFile) {
 
   LogCapture log;
   EXPECT_EQ(sysMapFile("/data/missing.zip", &m), -1);
-  EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR,
-                      "Unable to open '/data/missing.zip': No such file or directory\n"))
+  EXPECT_TRUE(
+      log.Has(ANDROID_LOG_ERROR, "Unable to open '/data/missing.zip': No such file or directory\n"))
       << log.Dump();
   EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "Map of '/data/missing.zip' failed\n"));
 }
@@ -119,10 +118,10 @@ TEST_F(SysMap, ArchiveOpenedOnItsOwnMappingKeepsIt) {
 TEST_F(SysMap, ArchiveThroughBlockMap) {
   std::string text;
   for (int i = 0; i < 3000; ++i) text += "line " + std::to_string(i) + "\n";
-  std::string archive = BuildZip({{"a.txt", RawDeflate(text), ZIP_DEFLATED,
-                                   static_cast<long>(text.size())},
-                                  {"b.txt", "stored"}})
-                            .bytes;
+  std::string archive =
+      BuildZip({{"a.txt", RawDeflate(text), ZIP_DEFLATED, static_cast<long>(text.size())},
+                {"b.txt", "stored"}})
+          .bytes;
   ASSERT_LT(archive.size(), 2 * kBlock);
   // Pad to whole blocks; the padding reads as part of the archive comment.
   archive.resize(2 * kBlock, '\0');

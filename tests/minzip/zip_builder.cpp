@@ -124,8 +124,8 @@ std::string ReadHostFile(const std::string& path) {
 }
 
 OpenedZip::OpenedZip(const std::string& bytes) : bytes_(bytes) {
-  rc_ = mzOpenZipArchive(reinterpret_cast<const unsigned char*>(bytes_.data()), bytes_.size(),
-                         &za_);
+  rc_ =
+      mzOpenZipArchive(reinterpret_cast<const unsigned char*>(bytes_.data()), bytes_.size(), &za_);
 }
 
 OpenedZip::~OpenedZip() {

@@ -2,7 +2,6 @@
 #define ORBA_TESTS_MINZIP_ZIP_BUILDER_H
 
 #include <orbafactory/minzip.h>
-
 #include <stdint.h>
 
 #include <string>
