@@ -1,0 +1,121 @@
+// orbafactory tfdata, copy and toolcmd against a simulated device running its AT-command
+// service as a real process.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "support/device_root.h"
+#include "support/subprocess.h"
+
+namespace {
+
+using orba::test::BinPath;
+using orba::test::RunProgram;
+
+class FactoryDataCliTest : public orba::test::DeviceRootTest {
+ protected:
+  void SetUp() override {
+    DeviceRootTest::SetUp();
+    auto init = RunProgram({BinPath("orbafactory-sim"), "init", "--root", root()});
+    ASSERT_EQ(init.status, 0) << init.err;
+    RunProgram({BinPath("orbafactory-sim"), "start", "--root", root()});
+  }
+  void TearDown() override {
+    RunProgram({BinPath("orbafactory-sim"), "stop", "--root", root()});
+    DeviceRootTest::TearDown();
+  }
+  orba::test::ProgramResult Cli(std::vector<std::string> args) {
+    args.insert(args.begin(), {BinPath("orbafactory"), "--root", root()});
+    return RunProgram(args);
+  }
+  void Storage(const std::string& rel, const std::string& content) {
+    WriteDeviceFile("/data/media/0/" + rel, content);
+  }
+  bool Exists(const std::string& device_path) {
+    return access(HostPath(device_path).c_str(), F_OK) == 0;
+  }
+};
+
+TEST_F(FactoryDataCliTest, TfdataInventoryAndClean) {
+  Storage(".clear_sdcard.ini",
+          "[ORBA]\nsize = 3\nfile1 = Movies/orbaDemoVideo_ORBA.mp4\n"
+          "file2 = Movies/orbaDemoVideo_EU.mp4\nfile3 = Music/song.flac\n"
+          "[ALL]\nsize = 1\nfile1 = Music/song.flac\n");
+  Storage("Movies/orbaDemoVideo_ORBA.mp4", "0123456789");
+  Storage("Movies/orbaDemoVideo_EU.mp4", "01234");
+  Storage("junk/old.txt", "x");
+
+  struct Step {
+    std::vector<std::string> args;
+    int status;
+    std::string out;  // the whole stdout
+  };
+  const std::vector<Step> steps = {
+      {{"tfdata", "type"}, 0, "2 ini /sdcard/.clear_sdcard.ini\n"},
+      {{"tfdata", "list"},
+       0,
+       "/sdcard/Movies/orbaDemoVideo_ORBA.mp4\n/sdcard/Movies/orbaDemoVideo_EU.mp4\n"
+       "/sdcard/Music/song.flac\n"},
+      {{"tfdata", "list", "EU"}, 1, ""},
+      {{"tfdata", "list", "EU", "--all"}, 0, "/sdcard/Music/song.flac\n"},
+      {{"tfdata", "list", "--bogus"}, 2, ""},
+      {{"tfdata", "size"}, 0, "15 bytes in 3 listed files\n"},
+      {{"tfdata", "check"},
+       1,
+       "lost:/sdcard/Music/song.flac\nmissing files: 1 of 3 listed are not there\naccess: ok\n"},
+      {{"tfdata", "clean"}, 2, ""},
+      {{"tfdata", "clean", "--demo", "ORBA"},
+       0,
+       "deleted: /sdcard/Movies/orbaDemoVideo_EU.mp4\n1 demo videos of other variants than ORBA "
+       "deleted\n"},
+      {{"tfdata", "clean", "--yes"}, 0, "/sdcard cleaned, 3 listed paths kept\n"},
+  };
+  for (const Step& s : steps) {
+    auto r = Cli(s.args);
+    EXPECT_EQ(r.status, s.status) << s.args[1] << " " << r.err;
+    EXPECT_EQ(r.out, s.out) << s.args[1];
+  }
+  EXPECT_TRUE(Exists("/sdcard/Movies/orbaDemoVideo_ORBA.mp4"));
+  EXPECT_FALSE(Exists("/sdcard/junk"));
+  EXPECT_FALSE(Exists("/sdcard/Movies/orbaDemoVideo_EU.mp4"));
+}
+
+TEST_F(FactoryDataCliTest, CleanRefusesWithoutAList) {
+  Storage("photo.jpg", "p");
+  auto r = Cli({"tfdata", "clean", "--yes"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(Exists("/sdcard/photo.jpg"));
+  EXPECT_EQ(Cli({"tfdata", "type"}).out, "0 none\n");
+}
+
+TEST_F(FactoryDataCliTest, CopyAndToolCommands) {
+  WriteDeviceFile("/data/staged/a.bin", std::string(5000, 'a'));
+  auto placed = Cli({"copy", "place", "/data/staged/a.bin", "/sdcard/x/y/a.bin", "--move"});
+  EXPECT_EQ(placed.status, 0) << placed.err;
+  struct stat st;
+  ASSERT_EQ(stat(HostPath("/sdcard/x/y/a.bin").c_str(), &st), 0);
+  EXPECT_EQ(st.st_uid, 1023u);
+  EXPECT_EQ(st.st_mode & 07777, 0775u);
+  EXPECT_EQ(st.st_size, 5000);
+  EXPECT_FALSE(Exists("/data/staged/a.bin"));
+  EXPECT_EQ(Cli({"copy", "check", "/sdcard/x/y/a.bin"}).status, 0);
+  WriteDeviceFile("/data/bad.zip", "nope");
+  EXPECT_EQ(Cli({"copy", "check", "/data/bad.zip"}).status, 1);
+  EXPECT_EQ(Cli({"copy", "place", "/data/bad.zip", "/sdcard/b.zip", "--keep"}).status, 2);
+
+  WriteDeviceFile("/cache/recovery/last_tool_test_app.ini",
+                  "[tool_test_app]\nloop_total = 2\ncmd_total = 2\n[loop0]\ncommand0 = AT+A\n"
+                  "delay_time0 = 250\ncommand1 = AT+B\nresponse1 = OK\\\\DONE\n");
+  auto a = Cli({"toolcmd", "AT+A"});
+  EXPECT_EQ(a.status, 0) << a.err;
+  EXPECT_EQ(a.out, "command=AT+A\ndelay_time=250\nresponse=\n");
+  auto b = Cli({"toolcmd", "AT+B"});
+  EXPECT_EQ(b.out, "command=AT+B\ndelay_time=0\nresponse=OK\\r\\nDONE\\r\\n\n");
+  EXPECT_EQ(Cli({"toolcmd", "AT+NONE"}).status, 1);
+}
+
+}  // namespace
