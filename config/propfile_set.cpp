@@ -32,13 +32,12 @@ void ClearFile(const char* path) {
   ORBA_LOGD("clear file: %s.", path);
 }
 
-// Appends "key=value\n" to the text in buffer, which the caller has checked has room for it;
-// returns where the new line starts.
+// Appends "key=value" to the text in buffer, which the caller has checked has room for it and
+// its newline; returns where the new item starts.
 const char* AppendItem(char* buffer, const char* prefix, const char* value) {
   char* item = buffer + strlen(buffer);
   strcat(item, prefix);
   strcat(item, value);
-  strcat(item, "\n");
   return item;
 }
 
@@ -72,8 +71,8 @@ extern "C" ORBA_EXPORT int set_property_file_item_value(const char* path, const 
       return -1;
     }
     memset(buffer, 0, sizeof(buffer));
-    const char* item = AppendItem(buffer, prefix, value);
-    ORBA_LOGI("newItem %s", item);
+    ORBA_LOGI("newItem %s", AppendItem(buffer, prefix, value));
+    strcat(buffer, "\n");
     if (orbaatcmd_fwrite_system_file(path, "w+", buffer) != 0) {
       ORBA_LOGD("save error:%s", path);
       return -1;
@@ -101,16 +100,15 @@ extern "C" ORBA_EXPORT int set_property_file_item_value(const char* path, const 
     return -1;
   }
   // The changed item moves to the end: the order of lines is the order of last change.
-  const char* item = AppendItem(buffer, prefix, value);
-  if (changed) {
-    ORBA_LOGD("changeItem %s", item);
-  } else {
-    ORBA_LOGD("newItem %s", item);
-  }
+  char item[kPropFileSize];
+  strcpy(item, AppendItem(buffer, prefix, value));
+  strcat(buffer, "\n");
+  if (!changed) ORBA_LOGD("newItem %s", item);
   if (orbaatcmd_fwrite_system_file(path, "w+", buffer) != 0) {
     ORBA_LOGD("save error:%s", path);
     return -1;
   }
+  if (changed) ORBA_LOGD("changeItem %s", item);
   return 0;
 }
 

@@ -1,0 +1,66 @@
+// orbafactory identity: what the library's predicates make of this phone, in one view.
+
+#include <stdio.h>
+
+#include <cutils/properties.h>
+#include <orbafactory/config.h>
+#include <orbafactory/sysaccess.h>
+
+#include "cli.h"
+
+namespace {
+
+using orba::cli::Args;
+
+const char* YesNo(int value) { return value > 0 ? "yes" : "no"; }
+
+const char* PlatformName(int platform) {
+  switch (platform) {
+    case 1:
+      return "Qualcomm";
+    case 2:
+      return "MediaTek";
+    case 3:
+      return "Samsung";
+    default:
+      return "unknown";
+  }
+}
+
+// The phone runs in one mode at a time; factory mode wins, as the test steps read it.
+const char* Edition() {
+  if (is_factory_mode_func()) return "factory";
+  if (is_aftersale_mode()) return "aftersale";
+  if (is_user_mode()) return "user";
+  return "normal";
+}
+
+int Identity(const Args& /*args*/) {
+  char model[PROPERTY_VALUE_MAX] = {};
+  char hardware[PROPERTY_VALUE_MAX] = {};
+  char release[PROPERTY_VALUE_MAX] = {};
+  orbaatcmd_get_system_property("ro.orba.product.model", model, "");
+  orbaatcmd_get_system_property("ro.hardware.qzt", hardware, "");
+  orbaatcmd_get_system_property("ro.build.version.release", release, "");
+  int platform = judge_platform();
+  printf("project:        %s%s\n", model[0] != '\0' ? model : "(unset)",
+         is_foreign_project() ? " (export variant)" : "");
+  printf("hardware:       %s\n", hardware[0] != '\0' ? hardware : "(unset)");
+  printf("platform:       %s (%d)\n", PlatformName(platform), platform);
+  printf("edition:        %s\n", Edition());
+  printf("engineer mode:  %s\n", is_bsp_version() ? "absent (board-support build)" : "installed");
+  printf("android:        %s (sdk %d)\n", release[0] != '\0' ? release : "(unset)",
+         get_android_sdk_version());
+  printf("factory boot:   %s\n", YesNo(is_factory_boot()));
+  printf("multi-sim:      %s\n", YesNo(is_multi_sim_enabled()));
+  printf("fingerprint:    %s\n", YesNo(is_finger_support()));
+  return orba::cli::kOk;
+}
+
+const orba::cli::Family kIdentity{
+    "identity",
+    "project, platform, edition and Android version of the device",
+    {{"", "", "print the device's identity as the test steps see it", 0, 0, Identity}}};
+orba::cli::Registrar registrar(kIdentity);
+
+}  // namespace
