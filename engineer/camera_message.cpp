@@ -24,6 +24,10 @@ constexpr int kConnectTries = 20;
 constexpr useconds_t kConnectWaitUs = 100000;
 constexpr size_t kRequestSize = 1024;
 
+// The connection helpers log as the exchange they serve, which is what log readers search for.
+#define CAMERA_LOGD(...) ORBA_LOG_AS(ANDROID_LOG_DEBUG, "sendMessageToCamera", __VA_ARGS__)
+#define CAMERA_LOGE(...) ORBA_LOG_AS(ANDROID_LOG_ERROR, "sendMessageToCamera", __VA_ARGS__)
+
 unique_fd ConnectCamera() {
   return unique_fd(socket_local_client(DevSocketName("CameraSocketService"),
                                        ANDROID_SOCKET_NAMESPACE_ABSTRACT, SOCK_STREAM));
@@ -34,21 +38,21 @@ unique_fd ConnectCamera() {
 unique_fd ConnectStartingCamera() {
   unique_fd fd = ConnectCamera();
   if (fd.get() >= 0) return fd;
-  ORBA_LOGE("connect to server failed, try to start...");
+  CAMERA_LOGE("connect to server failed, try to start...");
   for (int pass = 0; pass < kStartPasses; ++pass) {
-    ORBA_LOGE("still failed, try to start CameraSocketService");
+    CAMERA_LOGE("still failed, try to start CameraSocketService");
     startCameraSocketService();
     for (int i = 0; i < kConnectTries; ++i) {
       usleep(kConnectWaitUs);
       fd = ConnectCamera();
       if (fd.get() >= 0) {
-        ORBA_LOGD("Now the server is ready.");
+        CAMERA_LOGD("Now the server is ready.");
         return fd;
       }
-      ORBA_LOGE("still failed, try again");
+      CAMERA_LOGE("still failed, try again");
     }
   }
-  ORBA_LOGE("still failed, exit");
+  CAMERA_LOGE("still failed, exit");
   return fd;
 }
 
