@@ -65,6 +65,7 @@ const std::vector<ServiceSpec>& DeviceServices() {
   static const std::vector<ServiceSpec> services = {
       {"orbaatcmd-hal-1-0", "orbaatcmd-hal-1-0",
        "vendor.factory.hardware.orbaatcmd@1.0::IOrbaAtcmd"},
+      {"orbaem-hal-1-0", "orbaem-hal-1-0", "vendor.factory.hardware.orbaem@1.0::IOrbaEm"},
   };
   return services;
 }
