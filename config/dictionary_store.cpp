@@ -10,20 +10,24 @@
 #include <new>
 
 #include "dictionary_index.h"
+#include "dictionary_registry.h"
 
 namespace orba::ini {
 
 namespace {
 
-// Callers hold a pointer to `pub`; the index travels with it unseen.
+// Callers hold a pointer to `pub`; the index travels with it unseen. The record comes from
+// malloc like the rest, so a foreign dictionary_del that frees it does no worse than leak.
 struct DictionaryRecord {
   dictionary pub;
   SlotIndex index;
 };
 static_assert(offsetof(DictionaryRecord, pub) == 0, "callers' pointer must be the record's");
 
-SlotIndex& IndexOf(const dictionary* d) {
-  return const_cast<DictionaryRecord*>(reinterpret_cast<const DictionaryRecord*>(d))->index;
+// The index of one of our dictionaries; null for a dictionary another library made.
+SlotIndex* IndexOf(const dictionary* d) {
+  if (!IsOwnDictionary(d)) return nullptr;
+  return &const_cast<DictionaryRecord*>(reinterpret_cast<const DictionaryRecord*>(d))->index;
 }
 
 int64_t ScanFor(const dictionary* d, const char* key, unsigned hash) {
@@ -33,18 +37,17 @@ int64_t ScanFor(const dictionary* d, const char* key, unsigned hash) {
   return -1;
 }
 
-int64_t FindHashed(const dictionary* d, const char* key, unsigned hash) {
-  const SlotIndex& index = IndexOf(d);
-  return index.InSync(d) ? index.Find(d, key, hash) : ScanFor(d, key, hash);
+int64_t FindHashed(const dictionary* d, SlotIndex* index, const char* key, unsigned hash) {
+  return index != nullptr && index->InSync(d) ? index->Find(d, key, hash)
+                                              : ScanFor(d, key, hash);
 }
 
 // Makes the index match the arrays before a change, so the change can be recorded in it.
-void PrepareIndex(dictionary* d) {
-  SlotIndex& index = IndexOf(d);
-  if (!index.InSync(d)) index.Rebuild(d);
+void PrepareIndex(dictionary* d, SlotIndex* index) {
+  if (index != nullptr && !index->InSync(d)) index->Rebuild(d);
 }
 
-int Grow(dictionary* d) {
+int Grow(dictionary* d, SlotIndex* index) {
   // `n` is an int: a table that could hold more entries than it can count is not grown.
   if (d->size > INT_MAX) return -1;
   size_t slots = static_cast<size_t>(d->size) * 2;
@@ -68,14 +71,12 @@ int Grow(dictionary* d) {
   d->key = key;
   d->hash = hash;
   d->size = static_cast<int64_t>(slots);
-  SlotIndex& index = IndexOf(d);
-  if (index.SlotsGrown(d)) index.Remember(d);
+  if (index != nullptr && index->SlotsGrown(d)) index->Remember(d);
   return 0;
 }
 
-int64_t FirstFreeSlot(const dictionary* d) {
-  const SlotIndex& index = IndexOf(d);
-  if (index.InSync(d)) return index.FirstFree(d->n);
+int64_t FirstFreeSlot(const dictionary* d, const SlotIndex* index) {
+  if (index != nullptr && index->InSync(d)) return index->FirstFree(d->n);
   // Bounded: a caller that edited the arrays directly may have left no free slot.
   int64_t i = d->n >= 0 && d->n < d->size ? d->n : 0;
   for (int64_t tries = 0; tries < d->size; ++tries) {
@@ -104,8 +105,9 @@ unsigned DictHash(const char* key) {
 dictionary* DictNew(size_t size) {
   if (size < kMinSlots) size = kMinSlots;
   if (size > static_cast<size_t>(INT64_MAX)) return nullptr;
-  auto* rec = new (std::nothrow) DictionaryRecord();
-  if (rec == nullptr) return nullptr;
+  void* mem = calloc(1, sizeof(DictionaryRecord));
+  if (mem == nullptr) return nullptr;
+  auto* rec = new (mem) DictionaryRecord();
   dictionary* d = &rec->pub;
   d->n = 0;
   d->size = static_cast<int64_t>(size);
@@ -113,11 +115,12 @@ dictionary* DictNew(size_t size) {
   d->key = static_cast<char**>(calloc(size, sizeof(char*)));
   d->hash = static_cast<unsigned*>(calloc(size, sizeof(unsigned)));
   // A record without its arrays would crash the first call that touches it.
-  if (d->val == nullptr || d->key == nullptr || d->hash == nullptr) {
+  if (d->val == nullptr || d->key == nullptr || d->hash == nullptr || !RegisterDictionary(d)) {
     free(d->val);
     free(d->key);
     free(d->hash);
-    delete rec;
+    rec->~DictionaryRecord();
+    free(rec);
     return nullptr;
   }
   return d;
@@ -132,12 +135,19 @@ void DictDel(dictionary* d) {
   free(d->val);
   free(d->key);
   free(d->hash);
-  delete reinterpret_cast<DictionaryRecord*>(d);
+  if (IsOwnDictionary(d)) {
+    UnregisterDictionary(d);
+    auto* rec = reinterpret_cast<DictionaryRecord*>(d);
+    rec->~DictionaryRecord();
+    free(rec);
+  } else {
+    free(d);
+  }
 }
 
 int64_t DictFind(const dictionary* d, const char* key) {
   if (d == nullptr || key == nullptr) return -1;
-  return FindHashed(d, key, DictHash(key));
+  return FindHashed(d, IndexOf(d), key, DictHash(key));
 }
 
 const char* DictGet(const dictionary* d, const char* key, const char* def) {
@@ -147,10 +157,11 @@ const char* DictGet(const dictionary* d, const char* key, const char* def) {
 
 int DictSet(dictionary* d, const char* key, const char* val) {
   if (d == nullptr || key == nullptr) return -1;
-  PrepareIndex(d);
+  SlotIndex* index = IndexOf(d);
+  PrepareIndex(d, index);
   unsigned hash = DictHash(key);
   if (d->n >= 1) {
-    int64_t slot = FindHashed(d, key, hash);
+    int64_t slot = FindHashed(d, index, key, hash);
     if (slot >= 0) {
       // Copy first: on failure the old value stays.
       char* copy = nullptr;
@@ -161,9 +172,9 @@ int DictSet(dictionary* d, const char* key, const char* val) {
     }
   }
   if (d->n == INT_MAX) return -1;
-  if (d->n == d->size && Grow(d) != 0) return -1;
+  if (d->n == d->size && Grow(d, index) != 0) return -1;
 
-  int64_t slot = FirstFreeSlot(d);
+  int64_t slot = FirstFreeSlot(d, index);
   if (slot < 0) return -1;
   char* key_copy = strdup(key);
   char* val_copy = val != nullptr ? strdup(val) : nullptr;
@@ -176,25 +187,24 @@ int DictSet(dictionary* d, const char* key, const char* val) {
   d->val[slot] = val_copy;
   d->hash[slot] = hash;
   d->n++;
-  SlotIndex& index = IndexOf(d);
-  if (index.SlotFilled(d, slot)) index.Remember(d);
+  if (index != nullptr && index->SlotFilled(d, slot)) index->Remember(d);
   return 0;
 }
 
 void DictUnset(dictionary* d, const char* key) {
   if (d == nullptr || key == nullptr) return;
-  PrepareIndex(d);
-  int64_t slot = FindHashed(d, key, DictHash(key));
+  SlotIndex* index = IndexOf(d);
+  PrepareIndex(d, index);
+  int64_t slot = FindHashed(d, index, key, DictHash(key));
   if (slot < 0) return;
-  SlotIndex& index = IndexOf(d);
-  index.SlotCleared(d, slot);
+  if (index != nullptr) index->SlotCleared(d, slot);
   free(d->key[slot]);
   free(d->val[slot]);
   d->key[slot] = nullptr;
   d->val[slot] = nullptr;
   d->hash[slot] = 0;
   d->n--;
-  index.Remember(d);
+  if (index != nullptr) index->Remember(d);
 }
 
 }  // namespace orba::ini

@@ -14,8 +14,8 @@ ORBA_BEGIN_DECLS
 
 /* A string table with open slots. Sections are entries with a null value; keys inside a
    section are stored as "section:key". Keys and section names keep their case. The library
-   owns every key and value string. Create with dictionary_new (or a loader) only: the record
-   carries private state beyond these fields. */
+   owns every key and value string. Dictionaries made by another iniparser library in the same
+   process are accepted too: only these fields are shared. */
 typedef struct _dictionary_ {
   int n;          /* entries in use */
   int64_t size;   /* number of slots */

@@ -229,3 +229,40 @@ TEST(Dictionary, SlotWalk) {
 }
 
 }  // namespace
+
+namespace {
+
+// A dictionary as another iniparser library in the process would allocate it: the shared
+// fields and nothing after them.
+dictionary* ForeignDictionary() {
+  auto* d = static_cast<dictionary*>(calloc(1, sizeof(dictionary)));
+  d->size = 128;
+  d->val = static_cast<char**>(calloc(128, sizeof(char*)));
+  d->key = static_cast<char**>(calloc(128, sizeof(char*)));
+  d->hash = static_cast<unsigned*>(calloc(128, sizeof(unsigned)));
+  const char* entries[][2] = {{"sec", nullptr}, {"sec:key", "value"}};
+  for (const auto& e : entries) {
+    d->key[d->n] = strdup(e[0]);
+    d->val[d->n] = e[1] != nullptr ? strdup(e[1]) : nullptr;
+    d->hash[d->n] = dictionary_hash(e[0]);
+    ++d->n;
+  }
+  return d;
+}
+
+TEST(Dictionary, AcceptsForeignDictionaries) {
+  dictionary* d = ForeignDictionary();
+  EXPECT_STREQ(iniparser_getstring(d, "sec:key", nullptr), "value");
+  EXPECT_EQ(iniparser_getsecnkeys(d, "sec"), 1);
+  for (int i = 0; i < 200; ++i) ASSERT_EQ(dictionary_set(d, Key(i).c_str(), "v"), 0);
+  EXPECT_EQ(d->size, 256);
+  EXPECT_EQ(SlotOf(d, Key(199)), 201);
+  dictionary_unset(d, "sec:key");
+  EXPECT_EQ(iniparser_find_entry(d, "sec:key"), 0);
+  char key[16], val[16];
+  EXPECT_EQ(dictionary_getstring_andkey(d, key, 15, val, 15, 2), 0);
+  EXPECT_STREQ(key, "key0");
+  iniparser_freedict(d);
+}
+
+}  // namespace
