@@ -42,6 +42,7 @@ LineServer::LineServer(std::string name, Framing framing, Handler handler)
 LineServer::~LineServer() { Stop(); }
 
 void LineServer::Launch(int delay_ms) {
+  std::lock_guard<std::mutex> lifecycle(lifecycle_mu_);
   std::lock_guard<std::mutex> lock(mu_);
   if (running_) return;
   if (pipe2(wake_pipe_, O_CLOEXEC) != 0) {
@@ -64,6 +65,8 @@ void LineServer::Launch(int delay_ms) {
 }
 
 void LineServer::Stop() {
+  // Two apps stopping at once (two HAL calls) both get here; the second waits for the first.
+  std::lock_guard<std::mutex> lifecycle(lifecycle_mu_);
   std::thread thread;
   {
     std::lock_guard<std::mutex> lock(mu_);

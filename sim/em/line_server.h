@@ -48,6 +48,7 @@ class LineServer {
   const Framing framing_;
   const Handler handler_;
 
+  std::mutex lifecycle_mu_;  // one Launch or Stop at a time
   mutable std::mutex mu_;
   std::condition_variable cv_;
   std::thread thread_;

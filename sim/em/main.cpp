@@ -36,6 +36,7 @@ int main() {
                       orba_device_root());
   int sig = 0;
   sigwait(&stop_signals, &sig);
+  __android_log_print(ANDROID_LOG_INFO, "orbaem-hal-1-0", "stopping on signal %d", sig);
   service.Stop();
   return 0;
 }
