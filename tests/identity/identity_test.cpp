@@ -163,13 +163,5 @@ TEST_F(IdentityTest, CardSlotStatus) {
   EXPECT_STREQ(buf, "inserte");  // the line is bounded by the caller's size
 }
 
-TEST_F(IdentityTest, PropertiesComeThroughTheServiceAndFallBackWithoutIt) {
-  SetProperty("ro.orba.product.model", "PD5404");
-  EXPECT_EQ(is_project("PD5404"), 1);
-  StopService();
-  // The local read gives the same answer while the service is away.
-  EXPECT_EQ(is_project("PD5404"), 1);
-}
-
 }  // namespace
 }  // namespace orba::test

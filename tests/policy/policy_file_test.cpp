@@ -85,18 +85,6 @@ TEST_F(PolicyFileTest, ContentReachesTheLogOnlyInFactoryModeAndNeverFromTheQuiet
   }
 }
 
-TEST_F(PolicyFileTest, ReadFailuresAreLoggedWithTheDevicePath) {
-  LogCapture log;
-  char buf[16] = {};
-  EXPECT_EQ(read_policy_file(0, "/sys/missing", buf, 16), -1);
-  EXPECT_TRUE(log.Has(ANDROID_LOG_DEBUG, "get path: /sys/missing, error: No such file or directory"))
-      << log.Dump();
-  WriteDeviceFile("/sys/empty", "");
-  EXPECT_EQ(no_log_read_policy_file(0, "/sys/empty", buf, 16), -1);
-  EXPECT_TRUE(log.Has(ANDROID_LOG_DEBUG, "fread path: /sys/empty, ret: 0, error: Success"))
-      << log.Dump();
-}
-
 TEST_F(PolicyFileTest, WriteUsesTheCallersFlagsAsTheyStand) {
   WriteDeviceFile("/sys/class/timed_output/motor/enable", "0\n");
   EXPECT_EQ(write_policy_file(1, "/sys/class/timed_output/motor/enable", O_WRONLY, "1"), 0);

@@ -58,16 +58,6 @@ TEST_F(PropFileTest, Get) {
   }
 }
 
-TEST_F(PropFileTest, GetLogsTheShortReadAndTheFoundItem) {
-  WriteDeviceFile(kFile, "a=1\n");
-  LogCapture log;
-  get_property_file_item_value(kFile, "a");
-  EXPECT_TRUE(log.Has(ANDROID_LOG_DEBUG, "read error:/system/etc/emmc_bom 0")) << log.Dump();
-  WriteDeviceFile(kFile, "vendor=hynix\n");
-  get_property_file_item_value(kFile, "VENDOR");
-  EXPECT_TRUE(log.Has(ANDROID_LOG_INFO, "VENDOR=hynix")) << log.Dump();
-}
-
 TEST_F(PropFileTest, SetWritesTheChangedItemLast) {
   struct Case {
     const char* name;
