@@ -34,12 +34,12 @@ extern "C" ORBA_EXPORT char* atcmd_execute_vendor(const char* cmd) {
     ORBA_LOGE("socket_local_client err:%s", strerror(errno));
     return Fail();
   }
-  ORBA_LOGD("sendmsg: %s to %d", cmd, fd.get());
+  ORBA_LOGE("sendmsg: %s to %d", cmd, fd.get());
   if (send(fd.get(), cmd, strlen(cmd), MSG_NOSIGNAL) < 0) {
     ORBA_LOGE("send err:%s", strerror(errno));
     return Fail();
   }
-  ORBA_LOGD("ready to recv...");
+  ORBA_LOGE("ready to recv...");
   memset(g_command_reply, 0, sizeof(g_command_reply));
   // One byte short of the buffer so the reply always reads as a terminated string.
   ssize_t n = recv(fd.get(), g_command_reply, sizeof(g_command_reply) - 1, 0);

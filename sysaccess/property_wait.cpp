@@ -59,10 +59,10 @@ void CompareValue(void* cookie, const char* /*name*/, const char* value, uint32_
   auto* req = static_cast<CompareRequest*>(cookie);
   req->equal = strcmp(value, req->expected) == 0;
   if (req->equal) {
-    ORBA_LOG_AS(ANDROID_LOG_DEBUG, "wait_for_property", "wait ok. expected:%s value:%s",
+    ORBA_LOG_AS(ANDROID_LOG_ERROR, "wait_for_property", "wait ok. expected:%s value:%s",
                 req->expected, value);
   } else {
-    ORBA_LOG_AS(ANDROID_LOG_DEBUG, "wait_for_property", "value not equal. expected:%s value:%s",
+    ORBA_LOG_AS(ANDROID_LOG_ERROR, "wait_for_property", "value not equal. expected:%s value:%s",
                 req->expected, value);
   }
 }
@@ -124,6 +124,6 @@ extern "C" ORBA_EXPORT int property_set_args(const char* name, const char* fmt, 
     ORBA_LOGE("value too long for %s", name);
     return -1;
   }
-  ORBA_LOGD("buffer = %s", buffer);
+  ORBA_LOGE("buffer = %s", buffer);
   return property_set(name, buffer);
 }

@@ -1,5 +1,6 @@
 // Property reads and waits with the caller's own rights; waits wake on a set from another process.
 
+#include <android/log.h>
 #include <cutils/properties.h>
 #include <string.h>
 #include <unistd.h>
@@ -8,6 +9,7 @@
 #include <platform/host/device_init.h>
 
 #include "atcmd_fixture.h"
+#include "support/log_capture.h"
 #include "support/subprocess.h"
 
 namespace orba::test {
@@ -63,7 +65,11 @@ TEST_F(PropertyTest, WaitTimesOutWhenNeverSet) {
 
 TEST_F(PropertyTest, WaitSeesAnExistingValue) {
   ASSERT_EQ(orba_init_property_set("vendor.p.ready", "yes"), 0);
+  LogCapture log;
   EXPECT_EQ(wait_for_property("vendor.p.ready", "yes", 0), 1);
+  EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "wait ok. expected:yes value:yes")) << log.Dump();
+  EXPECT_EQ(wait_for_property("vendor.p.ready", "no", 0), 0);
+  EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "value not equal. expected:no value:yes"));
 }
 
 TEST_F(PropertyTest, WaitWakesOnAnotherProcess) {
