@@ -2,31 +2,33 @@
 #define ORBA_FACTORYDATA_KEEP_SET_H
 
 #include <stddef.h>
+#include <stdint.h>
 
-#include <string>
-#include <unordered_set>
+#include <vector>
 
 #include <orbafactory/factorydata.h>
 
 namespace orba::tfdata {
 
 // The paths a storage clean must leave alone, matched ignoring ASCII case (as strcasecmp does
-// in the C locale). A hash set, so that a clean costs one lookup per file however long the
-// preload list is.
+// in the C locale). An open-addressing hash table over the list's own path buffers, so a clean
+// costs one probe sequence per file however long the preload list is. The list must outlive
+// the set.
 class KeepSet {
  public:
   explicit KeepSet(const tf_data_list* keep);
   bool Contains(const char* path, size_t len) const;
 
  private:
-  struct FoldedHash {
-    size_t operator()(const std::string& s) const;
+  struct Slot {
+    uint64_t hash = 0;
+    const char* path = nullptr;  // null: empty slot
+    size_t len = 0;
   };
-  struct FoldedEqual {
-    bool operator()(const std::string& a, const std::string& b) const;
-  };
-  std::unordered_set<std::string, FoldedHash, FoldedEqual> paths_;
-  mutable std::string probe_;
+  const Slot* Find(const char* path, size_t len, uint64_t hash) const;
+
+  std::vector<Slot> slots_;
+  size_t mask_ = 0;
 };
 
 }  // namespace orba::tfdata
