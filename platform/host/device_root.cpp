@@ -8,7 +8,9 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <deque>
 #include <mutex>
+#include <string>
 
 namespace {
 
@@ -16,7 +18,15 @@ std::mutex g_root_mutex;
 std::atomic<const char*> g_root{nullptr};
 std::atomic<uint32_t> g_generation{1};
 
-// Old roots are never freed: a thread may still be reading one while a test resets the root.
+// Every root this process has used, kept until exit: a thread may still be reading an old one
+// while a test resets the root. Guarded by g_root_mutex; deque elements never move.
+std::deque<std::string>& Roots() {
+  static std::deque<std::string> roots;
+  return roots;
+}
+
+const char* Keep(const char* root) { return Roots().emplace_back(root).c_str(); }
+
 const char* LoadRoot() {
   const char* env = getenv(ORBA_DEVICE_ROOT_ENV);
   if (env == nullptr || env[0] == '\0') return "";
@@ -34,7 +44,7 @@ const char* LoadRoot() {
   size_t n = strlen(buf);
   while (n > 1 && buf[n - 1] == '/') buf[--n] = '\0';
   if (n == 1) buf[0] = '\0';  // a root of "/" would be the host itself
-  return strdup(buf);
+  return Keep(buf);
 }
 
 // Appends the normalised form of an absolute path: no empty or "." components, and ".." never

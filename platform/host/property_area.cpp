@@ -12,6 +12,7 @@
 
 #include <limits.h>
 #include <mutex>
+#include <vector>
 
 #include <platform/devpath.h>
 #include <platform/host/device_root.h>
@@ -159,7 +160,10 @@ PropertyArea* PropertyArea::Get(bool create) {
   unsigned char* base = MapArea(create, &fd);
   if (base == MAP_FAILED) return nullptr;
   // An area of an earlier root stays mapped: callers may still hold prop_info pointers into it.
+  // Every area mapped, for the life of the process (never destroyed: it outlives exit handlers).
+  static auto* every_area = new std::vector<PropertyArea*>;
   area = new PropertyArea(fd, base, generation);
+  every_area->push_back(area);
   g_area.store(area, std::memory_order_release);
   return area;
 }
