@@ -72,6 +72,9 @@ TEST_F(AtcmdClientTest, PropertyBadArgumentsNeverReachService) {
   }
   EXPECT_STREQ(value, "keep");
   EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "value is null or len <= 0")) << log.Dump();
+  // The fixed-length form reports the failure through its log line's result, never 0.
+  EXPECT_NE(orbaatcmd_get_system_property(nullptr, value, "d"), 0);
+  EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "get system property fail."));
   EXPECT_FALSE(log.Has(ANDROID_LOG_ERROR, "not found IOrbaAtcmd service"));
 }
 
