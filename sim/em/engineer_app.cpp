@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/system_properties.h>
+#include <time.h>
 
 #include <sstream>
 #include <vector>
@@ -88,6 +89,24 @@ bool PositiveInt(const std::string& s, long* out) {
 
 std::string OrError(const std::string& value) { return value.empty() ? "error" : value; }
 
+long long MonotonicMs() {
+  timespec ts{};
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<long long>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
+}
+
+// A display takes a while to switch: a requested rate waits in sim.em.refresh_rate.pending as
+// "RATE@DEADLINE" (monotonic milliseconds, the same clock in every process of the device) and
+// becomes the current one once the deadline has passed.
+void SettlePendingRate() {
+  std::string pending = Property("sim.em.refresh_rate.pending");
+  size_t at = pending.find('@');
+  if (at == std::string::npos) return;
+  if (MonotonicMs() < atoll(pending.c_str() + at + 1)) return;
+  __system_property_set("sim.em.refresh_rate.current", pending.substr(0, at).c_str());
+  __system_property_set("sim.em.refresh_rate.pending", "");
+}
+
 }  // namespace
 
 std::string EngineerAppAnswer(const std::string& message) {
@@ -103,6 +122,7 @@ std::string EngineerAppAnswer(const std::string& message) {
     return OrError(Property("sim.em.refresh_rate"));
   }
   if (w.size() == 2 && w[0] == "get_lcm_refreshrate" && w[1] == "current") {
+    SettlePendingRate();
     std::string current = Property("sim.em.refresh_rate.current");
     return OrError(current.empty() ? Property("sim.em.refresh_rate") : current);
   }
@@ -112,8 +132,15 @@ std::string EngineerAppAnswer(const std::string& message) {
     std::string max_text = Property("sim.em.refresh_rate");
     if (!PositiveInt(w[1], &rate) || (PositiveInt(max_text, &max) && rate > max)) return "error";
     std::string normal = std::to_string(rate);
-    return __system_property_set("sim.em.refresh_rate.current", normal.c_str()) == 0 ? "ok"
-                                                                                     : "error";
+    long settle_ms = atol(Property("sim.em.refresh_rate.settle_ms").c_str());
+    if (settle_ms <= 0) {
+      __system_property_set("sim.em.refresh_rate.pending", "");
+      return __system_property_set("sim.em.refresh_rate.current", normal.c_str()) == 0 ? "ok"
+                                                                                       : "error";
+    }
+    std::string pending = normal + "@" + std::to_string(MonotonicMs() + settle_ms);
+    return __system_property_set("sim.em.refresh_rate.pending", pending.c_str()) == 0 ? "ok"
+                                                                                      : "error";
   }
   if (w.size() == 2 && w[0] == "get_global_setting_int") {
     return OrError(Property("sim.em.global." + w[1]));

@@ -12,7 +12,9 @@
 //   get_lcm_refreshrate max      sim.em.refresh_rate ("error" when unset)
 //   get_lcm_refreshrate current  sim.em.refresh_rate.current, else sim.em.refresh_rate
 //   set_lcm_refreshrate N        N a positive integer not above sim.em.refresh_rate (when set):
-//                                stores it in sim.em.refresh_rate.current, "ok"; else "error"
+//                                "ok", and N becomes sim.em.refresh_rate.current at once, or
+//                                sim.em.refresh_rate.settle_ms later (the display switching);
+//                                else "error"
 //   get_global_setting_int NAME  sim.em.global.NAME ("error" when unset)
 //   anything else                sim.em.default_reply, else "error"
 

@@ -141,6 +141,15 @@ TEST_F(EngineerMessageTest, RefreshRateAndSettingsComeFromTheDevice) {
       {"get_global_setting_int unknown", "error"}, {"what is this", "error"},
   };
   for (const Step& s : steps) EXPECT_STREQ(sendMessage(s.request), s.reply) << s.request;
+
+  // A display that takes its time: the old rate stays current until the switch is done.
+  SetProp("sim.em.refresh_rate.settle_ms", "600000");
+  EXPECT_STREQ(sendMessage("set_lcm_refreshrate 60"), "ok");
+  EXPECT_STREQ(sendMessage("get_lcm_refreshrate current"), "90");
+  SetProp("sim.em.refresh_rate.settle_ms", "1");
+  EXPECT_STREQ(sendMessage("set_lcm_refreshrate 30"), "ok");
+  usleep(20000);
+  EXPECT_STREQ(sendMessage("get_lcm_refreshrate current"), "30");
 }
 
 TEST_F(EngineerMessageTest, ReplyTableOverridesBuiltInAnswers) {
