@@ -29,6 +29,7 @@ const char* const kDirectories[] = {
     "/sys/class",
     "/system/app",
     "/system/bin",
+    "/system/etc",
     "/vendor/bin",
     "/vendor/etc",
     "/vendor/lib64",
