@@ -6,18 +6,18 @@
 #include <sys/socket.h>
 
 #include <android-base/unique_fd.h>
+#include <orbafactory/engineer.h>
 #include <orbafactory/sysaccess.h>
 #include <platform/devpath.h>
 #include <platform/log.h>
 
 namespace {
 
-// Shared by every call; the AT-command thread is the only caller.
-char g_command_reply[1024];
-
+// The reply lands in the exported command buffer, shared by every call: the AT-command thread is
+// the only caller.
 char* Fail() {
-  strcpy(g_command_reply, "error");
-  return g_command_reply;
+  strcpy(cmd_recv_buf, "error");
+  return cmd_recv_buf;
 }
 
 }  // namespace
@@ -40,12 +40,12 @@ extern "C" ORBA_EXPORT char* atcmd_execute_vendor(const char* cmd) {
     return Fail();
   }
   ORBA_LOGE("ready to recv...");
-  memset(g_command_reply, 0, sizeof(g_command_reply));
+  memset(cmd_recv_buf, 0, sizeof(cmd_recv_buf));
   // One byte short of the buffer so the reply always reads as a terminated string.
-  ssize_t n = recv(fd.get(), g_command_reply, sizeof(g_command_reply) - 1, 0);
+  ssize_t n = recv(fd.get(), cmd_recv_buf, sizeof(cmd_recv_buf) - 1, 0);
   if (n < 0) {
     ORBA_LOGE("recv err:%s", strerror(errno));
     return Fail();
   }
-  return g_command_reply;
+  return cmd_recv_buf;
 }

@@ -17,6 +17,7 @@
 #include <thread>
 
 #include <android-base/unique_fd.h>
+#include <orbafactory/engineer.h>
 #include <orbafactory/sysaccess.h>
 #include <platform/devpath.h>
 
@@ -222,6 +223,7 @@ TEST_F(ShellTest, KillprocessByName) {
 
 TEST_F(ShellTest, AtcmdExecuteVendor) {
   EXPECT_STREQ(atcmd_execute_vendor("AT+X"), "error");  // nobody listening
+  EXPECT_EQ(atcmd_execute_vendor("AT+X"), cmd_recv_buf);  // the exported command buffer
 
   android::base::unique_fd listener(socket_local_server(
       DevSocketName("atcid_vendor_socket"), ANDROID_SOCKET_NAMESPACE_ABSTRACT, SOCK_STREAM));
