@@ -22,6 +22,10 @@ class RecordRangeLock {
   RecordRangeLock(const RecordRangeLock&) = delete;
   RecordRangeLock& operator=(const RecordRangeLock&) = delete;
 
+  // The descriptor holding the lock, opened read-write on the device; -1 when this thread
+  // already held the range (or the device could not be opened).
+  int fd() const { return fd_.get(); }
+
  private:
   android::base::unique_fd fd_;
   int& depth_;

@@ -50,25 +50,27 @@ int ReadXoleNvSlot(int fd, unsigned char* record, unsigned slot) {
 
 // A slot is written so that a write cut off at any byte leaves a copy that fails its digest,
 // never one that passes with part old and part new bytes (the extension area is not digested):
-//   1. the stored digest is overwritten with bytes that match neither the old nor the new record;
-//   2. everything after the digest is written;
-//   3. the digested bytes and the digest itself go last.
-// Until step 3 completes the slot is invalid, and the get ladder takes the other copy.
+//   1. from the digest to the end of the slot: the digest spoiled (every byte the complement of
+//      the new digest, so it matches neither record), then the new extension and padding;
+//   2. the digested bytes, with the real digest last.
+// Until step 2 completes the slot is invalid, and the get ladder takes the other copy. A cut
+// within the first 16 bytes of step 1 leaves the extension untouched, so whatever still
+// verifies is the old record whole. Two writes per slot, the least that keeps this true.
 int WriteXoleNvSlot(int fd, unsigned char* record, unsigned slot) {
   digest::Md5(record, kDigestedBytes, record + kDigestOffset);
   unsigned char image[kSlotSize] = {};
   memcpy(image, record, kXoleNvSize);
+  unsigned char tail[kSlotSize - kDigestOffset];
+  memcpy(tail, image + kDigestOffset, sizeof(tail));
+  for (size_t i = 0; i < kDigestSize; ++i) tail[i] = static_cast<unsigned char>(~tail[i]);
 
-  unsigned char spoiled[kDigestSize];
-  for (size_t i = 0; i < kDigestSize; ++i) spoiled[i] = static_cast<unsigned char>(~image[kDigestOffset + i]);
   const off_t base = static_cast<off_t>(slot) * kSlotStride;
   struct Piece {
     const unsigned char* data;
     size_t size;
     off_t offset;
   } const pieces[] = {
-      {spoiled, kDigestSize, base + static_cast<off_t>(kDigestOffset)},
-      {image + kExtensionOffset, kSlotSize - kExtensionOffset, base + static_cast<off_t>(kExtensionOffset)},
+      {tail, sizeof(tail), base + static_cast<off_t>(kDigestOffset)},
       {image, kExtensionOffset, base},
   };
   for (const Piece& p : pieces) {

@@ -109,8 +109,10 @@ ORBA_EXPORT int get_XOLE_NV_item(uint8_t* record) {
     return -1;
   }
   XoleNvLock range_lock;
-  android::base::unique_fd fd(OpenXoleNvForRead());
-  if (fd.get() < 0 || ReadXoleNvSlot(fd.get(), record, 0) == 0) {
+  // The lock's descriptor is the read path opened read-write: reading through it saves an open.
+  android::base::unique_fd own_fd(range_lock.fd() < 0 ? OpenXoleNvForRead() : -1);
+  const int fd = range_lock.fd() >= 0 ? range_lock.fd() : own_fd.get();
+  if (fd < 0 || ReadXoleNvSlot(fd, record, 0) == 0) {
     ORBA_LOGE("read_xole_nv_from_backup failed\r\n");
     return -1;
   }
@@ -122,8 +124,11 @@ ORBA_EXPORT int get_XOLE_NV_item(uint8_t* record) {
   if (VerifyXoleNv(record) == 1) {
     ORBA_LOGD("first copy verify OK");
     unsigned char second[kXoleNvSize] = {};
-    if (ReadXoleNvSlot(fd.get(), second, 1) == 1 && VerifyXoleNv(second) == 1 &&
-        memcmp(second, record, kXoleNvSize) == 0) {
+    // A copy 1 identical to copy 0 as read verifies exactly as copy 0 did; only a different one
+    // needs its own digest.
+    if (ReadXoleNvSlot(fd, second, 1) == 1 &&
+        (memcmp(second, as_read, kXoleNvSize) == 0 ||
+         (VerifyXoleNv(second) == 1 && memcmp(second, record, kXoleNvSize) == 0))) {
       ORBA_LOGD("second copy verify OK");
       return 0;
     }
@@ -132,7 +137,7 @@ ORBA_EXPORT int get_XOLE_NV_item(uint8_t* record) {
     return 0;
   }
 
-  if (ReadXoleNvSlot(fd.get(), record, 1) == 1) {
+  if (ReadXoleNvSlot(fd, record, 1) == 1) {
     memcpy(as_read, record, kXoleNvSize);
     if (VerifyXoleNv(record) == 1) {
       ORBA_LOGD("first copy verify fail, recovery from second");
