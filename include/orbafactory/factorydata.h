@@ -86,7 +86,9 @@ typedef struct tool_test_app_command {
   char* response;     /* response text ending in "\r\n", or null */
 } tool_test_app_command;
 
-/* 0 when `received` is the script's next command and `out` is filled, -1 otherwise. */
+/* 0 when `received` is the script's next command and `out` is filled, -1 otherwise. `out` must
+ * start zero-filled or hold an earlier result: its strings are released before it is refilled,
+ * and on a failed search. */
 ORBA_EXPORT int tool_test_app_command_ini(const char* received, tool_test_app_command* out);
 ORBA_EXPORT void tool_test_app_command_free(tool_test_app_command* cmd);
 
