@@ -1,4 +1,5 @@
-// A random corpus checked against the system's sha256sum and md5sum, run as real processes.
+// A random corpus checked against the system's sha256sum and md5sum, run as real processes,
+// through the exported functions and through every SHA-256 block path this CPU can run.
 
 #include <gtest/gtest.h>
 
@@ -54,6 +55,7 @@ TEST_F(DigestCorpusTest, MatchesCoreutilsOnRandomFiles) {
     SCOPED_TRACE("size " + std::to_string(sizes[i]));
     const std::string& data = contents[i];
     EXPECT_EQ(Sha256Hex(data), sha.at(host_paths[i]));
+    for (const BlockPath& p : RunnablePaths()) EXPECT_EQ(DigestWith(p.fn, data), sha.at(host_paths[i])) << p.name;
     EXPECT_EQ(Md5Hex(data), md5.at(host_paths[i]));
 
     // Incremental SHA-256 in uneven pieces.
