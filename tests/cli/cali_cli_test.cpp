@@ -1,0 +1,172 @@
+// orbafactory nv, sn, pcb, em-flag, backnv, cali and log against a simulated device running its
+// services as real processes, and the record families on a pulled partition image.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "support/device_root.h"
+#include "support/subprocess.h"
+
+namespace {
+
+using orba::test::BinPath;
+using orba::test::RunProgram;
+
+constexpr const char kBackup[] = "/dev/block/platform/bootdevice/by-name/backup";
+
+struct Step {
+  std::vector<std::string> args;
+  int status;
+  std::string out;  // the whole stdout; "*" skips the comparison
+};
+
+class CaliCliTest : public orba::test::DeviceRootTest {
+ protected:
+  void SetUp() override {
+    DeviceRootTest::SetUp();
+    auto init = RunProgram({BinPath("orbafactory-sim"), "init", "--root", root()});
+    ASSERT_EQ(init.status, 0) << init.err;
+    auto start = RunProgram({BinPath("orbafactory-sim"), "start", "--root", root()});
+    ASSERT_EQ(start.status, 0) << start.err;
+  }
+  void TearDown() override {
+    RunProgram({BinPath("orbafactory-sim"), "stop", "--root", root()});
+    DeviceRootTest::TearDown();
+  }
+  orba::test::ProgramResult Cli(std::vector<std::string> args) {
+    args.insert(args.begin(), {BinPath("orbafactory"), "--root", root()});
+    return RunProgram(args);
+  }
+  void RunSteps(const std::vector<Step>& steps) {
+    for (const Step& s : steps) {
+      std::string line;
+      for (const std::string& a : s.args) line += a + " ";
+      auto r = Cli(s.args);
+      EXPECT_EQ(r.status, s.status) << line << "\n" << r.err;
+      if (s.out != "*") {
+        EXPECT_EQ(r.out, s.out) << line;
+      }
+    }
+  }
+};
+
+TEST_F(CaliCliTest, FactoryRecordFamilies) {
+  const std::vector<Step> steps = {
+      {{"nv", "get", "als_cali_data"}, 0, "als_cali_data=500\n"},
+      {{"nv", "set", "als_cali_flag", "1"}, 0, "als_cali_flag=1\n"},
+      {{"nv", "get", "als_cali_flag"}, 0, "als_cali_flag=1\n"},
+      {{"nv", "set", "gyroscope_calibration_flag:2", "5"}, 0, "gyroscope_calibration_flag:2=5\n"},
+      {{"nv", "get", "gyroscope_calibration_flag"}, 0, "gyroscope_calibration_flag=0\n"},
+      {{"nv", "set", "mtk_nv_checksum", "abc"}, 0, "mtk_nv_checksum= 0xabc\n"},
+      {{"nv", "set", "cct_final_value", "2.5"}, 0, "cct_final_value=2.5000\n"},
+      {{"nv", "set", "dyn_name", "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345"}, 2, ""},
+      {{"nv", "set", "em_authorized", "yes"}, 2, ""},
+      {{"nv", "set", "volte_value", "4294967296"}, 2, ""},
+      {{"nv", "get", "no_such_field"}, 2, ""},
+      {{"nv", "dump", "extra"}, 2, ""},
+      {{"sn", "set", "0123456789"}, 2, ""},
+      {{"sn", "get"}, 1, ""},
+      {{"sn", "set", "ABCDEFGHIJ12345"}, 0, "ABCDEFGHIJ12345\n"},
+      {{"sn", "get"}, 0, "ABCDEFGHIJ12345\n"},
+      {{"pcb", "set", "AT+EGMR=1,\"PCB0042X\""}, 0, "PCB0042X\n"},
+      {{"pcb", "get", "--at"}, 0, "+EGMR:\"PCB0042X\"\n"},
+      {{"pcb", "set", "x"}, 1, ""},
+      {{"em-flag", "set", "on"}, 0, "on\n"},
+      {{"em-flag", "get"}, 0, "on\n"},
+      {{"em-flag", "set", "off"}, 0, "off\n"},
+      {{"em-flag", "get"}, 0, "off\n"},
+      {{"em-flag", "set", "maybe"}, 2, ""},
+      {{"nv", "get", "em_authorized"}, 0, "em_authorized=n\n"},
+  };
+  RunSteps(steps);
+
+  auto dump = Cli({"nv", "dump"});
+  ASSERT_EQ(dump.status, 0) << dump.err;
+  EXPECT_EQ(dump.out.rfind("gsensor_calibration_flag=0\nmaster_clear_flag=0\n", 0), 0u);
+  EXPECT_NE(dump.out.find("\ngyroscope_calibration_flag=0\ngyroscope_calibration_flag:2=5\n"),
+            std::string::npos);
+  EXPECT_NE(dump.out.find("\nals_cali_flag=1\n"), std::string::npos);
+  EXPECT_EQ(std::count(dump.out.begin(), dump.out.end(), '\n'), 138);
+
+  auto back = Cli({"backnv", "dump"});
+  ASSERT_EQ(back.status, 0) << back.err;
+  EXPECT_EQ(back.out.rfind("ps_cali_data_b=0\nps_cali_flag_b=0\n", 0), 0u);
+  EXPECT_EQ(std::count(back.out.begin(), back.out.end(), '\n'), 18);
+}
+
+TEST_F(CaliCliTest, PartitionImageIsRepairedOnlyWhenAsked) {
+  ASSERT_EQ(Cli({"nv", "set", "ps_cali_flag", "1"}).status, 0);
+  std::string good = ReadDeviceFile(kBackup);
+  // A pulled image whose second copy took a hit.
+  std::string damaged = good;
+  damaged[4096 + 100] ^= 0x01;
+  const std::string image = root() + "/pulled.img";
+  WriteDeviceFile("/pulled.img", damaged);
+
+  const std::vector<Step> steps = {
+      {{"nv", "get", "ps_cali_flag", "--image", image}, 0, "ps_cali_flag=1\n"},
+      {{"backnv", "dump", "--image", image}, 0, "*"},
+      {{"nv", "dump", "--write-back"}, 2, ""},
+      {{"nv", "get", "ps_cali_flag", "--image", root() + "/missing.img"}, 2, ""},
+  };
+  RunSteps(steps);
+  EXPECT_EQ(ReadDeviceFile("/pulled.img"), damaged);
+
+  auto repair = Cli({"nv", "dump", "--image", image, "--write-back"});
+  ASSERT_EQ(repair.status, 0) << repair.err;
+  std::string repaired = ReadDeviceFile("/pulled.img");
+  EXPECT_EQ(repaired.substr(4096, 2048), repaired.substr(0, 2048));
+  EXPECT_EQ(repaired.substr(0, 2048), good.substr(0, 2048));
+
+  auto set = Cli({"nv", "set", "ps_cali_flag", "0", "--image", image, "--write-back"});
+  ASSERT_EQ(set.status, 0) << set.err;
+  EXPECT_EQ(Cli({"nv", "get", "ps_cali_flag", "--image", image}).out, "ps_cali_flag=0\n");
+  // The device's own partition was never involved.
+  EXPECT_EQ(Cli({"nv", "get", "ps_cali_flag"}).out, "ps_cali_flag=1\n");
+}
+
+TEST_F(CaliCliTest, CalibrationAndLogFamilies) {
+  WriteDeviceFile("/cache/recovery/last_test_cali_result.xml", "");
+  const std::vector<Step> steps = {
+      {{"cali", "get", "gsensor_calibration"}, 0, "0\n"},
+      {{"cali", "set", "gsensor_calibration", "1"}, 0, "gsensor_calibration 1\n"},
+      {{"cali", "get", "gsensor_calibration"}, 0, "1\n"},
+      {{"cali", "set", "tof_rgbd_cali", "1", "--app"}, 0, "tof_rgbd_cali 1\n"},
+      {{"cali", "bg-dark", "light_sensor_cali", "1"}, 0, "light_sensor_cali 1\n"},
+      {{"cali", "bg-dark", "light_sensor_cali"}, 0, "1\n"},
+      {{"cali", "bg-dark", "--all", "0"}, 0, "all 0\n"},
+      {{"cali", "bg-dark", "light_sensor_cali"}, 0, "0\n"},
+      {{"cali", "check"}, 1, "ps_cali_flag nv fail\n"},
+      {{"nv", "set", "ps_cali_flag", "1"}, 0, "*"},
+      {{"nv", "set", "als_cali_flag", "1"}, 0, "*"},
+      {{"log", "clear"}, 0, "cleared\n"},
+      {{"log", "ctrl", "1"}, 0, ""},
+      {{"log", "ctrl", "banana"}, 2, ""},
+      {{"log", "status"}, 0, "stopped\n"},
+  };
+  RunSteps(steps);
+  // The default device has an under-display fingerprint sensor.
+  RunSteps({{{"cali", "check"}, 1, "udfp_calibration nv fail\n"},
+            {{"cali", "list"}, 0, "\"light_sensor_cali,infrared_calibration,udfp_calibration\"\n"},
+            {{"cali", "set", "udfp_calibration", "1"}, 0, "*"},
+            {{"cali", "set", "light_sensor_cali", "1"}, 0, "*"},
+            {{"cali", "bg-dark", "infrared_calibration", "1"}, 0, "*"},
+            {{"cali", "check"}, 0, "ok\n"},
+            {{"cali", "list"}, 0, "none\n"}});
+
+
+  auto items = Cli({"cali", "items"});
+  EXPECT_EQ(std::count(items.out.begin(), items.out.end(), '\n'), 49);
+  EXPECT_NE(items.out.find("\ntof_rgbd_calisidekey_cali_left\n"), std::string::npos);
+
+  std::string calls = ReadDeviceFile("/data/sim/em_calls");
+  EXPECT_NE(calls.find("com.mediatek.mtklogger.ADB_CMD\t-e cmd_name start --ei cmd_target 1"),
+            std::string::npos);
+  EXPECT_NE(calls.find("TQEGMCDK_clear tof_rgbd_cali 1"), std::string::npos);
+}
+
+}  // namespace

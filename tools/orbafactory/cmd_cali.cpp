@@ -1,0 +1,113 @@
+// orbafactory cali: calibration item states and the station's summary checks.
+
+#include <stdio.h>
+#include <string.h>
+
+#include <orbafactory/persist.h>
+
+#include "cli.h"
+
+namespace {
+
+using orba::cli::Args;
+
+// "--app" routes a write through the engineer-mode app (the uart = 0 path) instead of the
+// library's own write through the AT-command service.
+bool TakeAppFlag(Args* args) {
+  for (auto it = args->begin(); it != args->end(); ++it) {
+    if (*it == "--app") {
+      args->erase(it);
+      return true;
+    }
+  }
+  return false;
+}
+
+int Get(const Args& args) {
+  printf("%d\n", get_calibrate_item_state(args[0].c_str()));
+  return orba::cli::kOk;
+}
+
+int Set(const Args& in) {
+  Args args = in;
+  int uart = TakeAppFlag(&args) ? 0 : 1;
+  if (args.size() != 2) return orba::cli::Error(orba::cli::kUsage, "cali set ITEM VALUE [--app]");
+  if (set_calibrate_item_state(args[0].c_str(), args[1].c_str(), uart) != 0) {
+    return orba::cli::Error(orba::cli::kFailed, "cali set %s: not stored; see -v", args[0].c_str());
+  }
+  printf("%s %d\n", args[0].c_str(), get_calibrate_item_state(args[0].c_str()));
+  return orba::cli::kOk;
+}
+
+int BgDark(const Args& in) {
+  Args args = in;
+  int uart = TakeAppFlag(&args) ? 0 : 1;
+  if (args.size() == 2 && args[0] == "--all") {
+    long value = 0;
+    if (!orba::cli::ParseInt(args[1], "value", &value)) return orba::cli::kUsage;
+    if (set_calibrate_list_bg_dark(nullptr, static_cast<int>(value)) != 0) {
+      return orba::cli::Error(orba::cli::kFailed, "cali bg-dark: file not written; see -v");
+    }
+    printf("all %ld\n", value);
+    return orba::cli::kOk;
+  }
+  if (args.size() == 1) {
+    printf("%d\n", get_calibrate_item_bg_dark(args[0].c_str()));
+    return orba::cli::kOk;
+  }
+  if (args.size() != 2) {
+    return orba::cli::Error(orba::cli::kUsage, "cali bg-dark ITEM [VALUE] [--app] | --all VALUE");
+  }
+  if (set_calibrate_item_bg_dark(args[0].c_str(), args[1].c_str(), uart) != 0) {
+    return orba::cli::Error(orba::cli::kFailed, "cali bg-dark %s: not stored; see -v",
+                            args[0].c_str());
+  }
+  printf("%s %d\n", args[0].c_str(), get_calibrate_item_bg_dark(args[0].c_str()));
+  return orba::cli::kOk;
+}
+
+int List(const Args&) {
+  char list[1280] = {};
+  if (get_calibrate_list(list) == 1) {
+    printf("%s\n", list);
+  } else {
+    printf("none\n");
+  }
+  return orba::cli::kOk;
+}
+
+int Check(const Args&) {
+  char report[40] = {};
+  if (check_calibrate_data(report) != 0) {
+    printf("%.*s\n", static_cast<int>(sizeof(report)), report);
+    return orba::cli::kFailed;
+  }
+  printf("ok\n");
+  return orba::cli::kOk;
+}
+
+int Items(const Args&) {
+  for (const auto& entry : CALIBRATION_LIST) {
+    if (strnlen(entry, CALIBRATION_ITEM_SIZE) >= 2) {
+      printf("%.*s\n", CALIBRATION_ITEM_SIZE, entry);
+    }
+  }
+  return orba::cli::kOk;
+}
+
+const orba::cli::Family kCali{
+    "cali",
+    "calibration item states (--app: write through the engineer-mode app)",
+    {
+        {"get", "ITEM", "the item's state digit (0 when not recorded)", 1, 1, Get},
+        {"set", "ITEM VALUE [--app]", "record a state (its first character); 0 also resets the "
+                                      "item's stored calibration", 2, 3, Set},
+        {"bg-dark", "ITEM [VALUE] [--app] | --all VALUE",
+         "the dark-background flag: show, set, or rewrite every item", 1, 3, BgDark},
+        {"list", "", "the calibrations this device still needs, or none", 0, 0, List},
+        {"check", "", "ok, or the first calibration result missing from the record", 0, 0, Check},
+        {"items", "", "every item name the state files know", 0, 0, Items},
+    }};
+orba::cli::Registrar registrar(kCali);
+
+}  // namespace

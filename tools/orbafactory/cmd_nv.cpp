@@ -1,0 +1,520 @@
+// orbafactory nv dump|get|set: the factory record in the backup partition, field by field, on
+// the device or on a partition image pulled from a phone (--image).
+
+#include <errno.h>
+#include <math.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include <orbafactory/persist.h>
+
+#include "cli.h"
+#include "cmd_nv.h"
+
+#if !defined(__ANDROID__)
+#include <platform/host/device_root.h>
+#endif
+
+namespace orba::cli {
+
+bool TakeImageOptions(Args* args, ImageOptions* options) {
+  Args rest;
+  for (size_t i = 0; i < args->size(); ++i) {
+    const std::string& a = (*args)[i];
+    if (a == "--image") {
+      if (i + 1 >= args->size()) {
+        Error(kUsage, "--image needs a FILE");
+        return false;
+      }
+      options->image = (*args)[++i];
+    } else if (a == "--write-back") {
+      options->write_back = true;
+    } else {
+      rest.push_back(a);
+    }
+  }
+  if (options->write_back && options->image.empty()) {
+    Error(kUsage, "--write-back goes with --image FILE");
+    return false;
+  }
+  *args = rest;
+  return true;
+}
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// The three names the library may find the partition under; the first is where slot writes go,
+// the others link to it, as on the phone.
+constexpr const char kPlatformBackup[] = "dev/block/platform/bootdevice/by-name/backup";
+constexpr const char* kBackupLinks[] = {"dev/block/bootdevice/by-name/backup",
+                                        "dev/block/by-name/backup"};
+
+class TemporaryRoot {
+ public:
+  TemporaryRoot() {
+    const char* tmp = getenv("TMPDIR");
+    std::string pattern = std::string(tmp != nullptr && *tmp ? tmp : "/tmp") +
+                          "/orbafactory-image-XXXXXX";
+    if (mkdtemp(pattern.data()) != nullptr) path_ = pattern;  // host path
+  }
+  ~TemporaryRoot() {
+    std::error_code ec;
+    if (!path_.empty()) fs::remove_all(path_, ec);
+  }
+  TemporaryRoot(const TemporaryRoot&) = delete;
+  TemporaryRoot& operator=(const TemporaryRoot&) = delete;
+
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+// Points the library at `root` for the life of this object.
+class RootSwitch {
+ public:
+  explicit RootSwitch(const std::string& root) {
+    const char* old = getenv("ORBA_DEVICE_ROOT");
+    had_ = old != nullptr;
+    if (had_) saved_ = old;
+    setenv("ORBA_DEVICE_ROOT", root.c_str(), 1);
+    Reset();
+  }
+  ~RootSwitch() {
+    if (had_) {
+      setenv("ORBA_DEVICE_ROOT", saved_.c_str(), 1);
+    } else {
+      unsetenv("ORBA_DEVICE_ROOT");
+    }
+    Reset();
+  }
+  RootSwitch(const RootSwitch&) = delete;
+  RootSwitch& operator=(const RootSwitch&) = delete;
+
+ private:
+  static void Reset() {
+#if !defined(__ANDROID__)
+    orba_device_root_reset();
+#endif
+  }
+  bool had_ = false;
+  std::string saved_;
+};
+
+}  // namespace
+
+int WithBackupPartition(const ImageOptions& options, int (*body)(const Args&), const Args& args) {
+  if (options.image.empty()) return body(args);
+#if defined(__ANDROID__)
+  return Error(kUsage, "--image works on a workstation only; on the phone use the partition");
+#else
+  std::error_code ec;
+  if (!fs::is_regular_file(options.image, ec)) {
+    return Error(kUsage, "--image %s: not a readable file", options.image.c_str());
+  }
+  TemporaryRoot root;
+  if (root.path().empty()) return Error(kFailed, "cannot make a temporary device root");
+  const fs::path base(root.path());
+  const fs::path partition = base / kPlatformBackup;
+  fs::create_directories(partition.parent_path(), ec);
+  if (!ec) fs::copy_file(options.image, partition, ec);
+  for (const char* link : kBackupLinks) {
+    if (ec) break;
+    fs::create_directories((base / link).parent_path(), ec);
+    if (!ec) fs::create_symlink(partition, base / link, ec);
+  }
+  // The record's text view is rewritten on every store; give it its directory.
+  if (!ec) fs::create_directories(base / "data/vendor/engineermode", ec);
+  if (ec) {
+    return Error(kFailed, "cannot place %s in a temporary device root: %s",
+                 options.image.c_str(), ec.message().c_str());
+  }
+  int rc;
+  {
+    RootSwitch use(root.path());
+    rc = body(args);
+  }
+  if (rc != kOk || !options.write_back) {
+    if (options.write_back) fprintf(stderr, "orbafactory: %s left unchanged\n", options.image.c_str());
+    return rc;
+  }
+  fs::copy_file(partition, options.image, fs::copy_options::overwrite_existing, ec);
+  if (ec) {
+    return Error(kFailed, "cannot write %s back: %s", options.image.c_str(), ec.message().c_str());
+  }
+  fprintf(stderr, "orbafactory: %s written back\n", options.image.c_str());
+  return kOk;
+#endif
+}
+
+}  // namespace orba::cli
+
+namespace {
+
+using orba::cli::Args;
+
+enum FieldType { kInt32, kUint32, kFloat32, kText, kTextFfUnset, kChar };
+
+struct Field {
+  const char* format;  // "name=%d", as the record's text view prints it
+  uint16_t offset;
+  uint16_t width;
+  FieldType type;
+};
+
+// In the order of the record's text view; the second gyroscope_calibration_flag (the OIS one)
+// is addressed as gyroscope_calibration_flag:2.
+const Field kFields[] = {
+    {"gsensor_calibration_flag=%d", 0, 4, kInt32},
+    {"master_clear_flag=%d", 4, 4, kInt32},
+    {"master_clear_result=%d", 8, 4, kInt32},
+    {"adb_flag=%d", 12, 4, kInt32},
+    {"xole_sv=%s", 16, 52, kText},
+    {"ps_cali_data=%d", 68, 4, kInt32},
+    {"ps_cali_data_short=%d", 484, 4, kInt32},
+    {"als_cali_data=%d", 72, 4, kInt32},
+    {"cct_cali_data=%f", 468, 4, kFloat32},
+    {"cct_data_lux1=%d", 472, 4, kInt32},
+    {"cct_data_lux2=%d", 476, 4, kInt32},
+    {"ps_cali_offset=%d", 380, 4, kInt32},
+    {"gs_cali_dataX=%d", 76, 4, kInt32},
+    {"gs_cali_dataY=%d", 80, 4, kInt32},
+    {"gs_cali_dataZ=%d", 84, 4, kInt32},
+    {"als_cali_flag=%d", 92, 4, kInt32},
+    {"cct_cali_flag=%d", 480, 4, kInt32},
+    {"ps_cali_flag=%d", 96, 4, kInt32},
+    {"acm_flag=%d", 100, 4, kInt32},
+    {"dpdt_flag=%d", 104, 4, kInt32},
+    {"is_root=%d", 108, 4, kInt32},
+    {"is_tqsn_ok=%d", 112, 4, kInt32},
+    {"is_first_boot=%d", 116, 4, kInt32},
+    {"gyroscope_calibration_flag=%d", 120, 4, kInt32},
+    {"gyroscope_calibration_flag=%d", 1116, 4, kInt32},
+    {"gyr_ois_cali_dataX=%d", 1120, 4, kInt32},
+    {"gyr_ois_cali_dataY=%d", 1124, 4, kInt32},
+    {"gyr_ois_cali_dataZ=%d", 1128, 4, kInt32},
+    {"gyr_cali_dataX=%d", 124, 4, kInt32},
+    {"gyr_cali_dataY=%d", 128, 4, kInt32},
+    {"gyr_cali_dataZ=%d", 132, 4, kInt32},
+    {"cam_mode=%d", 136, 4, kInt32},
+    {"background_material=%s", 140, 100, kText},
+    {"pcba_ctrl=%c", 240, 1, kChar},
+    {"optr_flag=%s", 244, 16, kText},
+    {"lcm_color_type=%d", 260, 4, kInt32},
+    {"led1_rg=%.4f", 268, 4, kFloat32},
+    {"led1_bg=%.4f", 272, 4, kFloat32},
+    {"led2_rg=%.4f", 276, 4, kFloat32},
+    {"led2_bg=%.4f", 280, 4, kFloat32},
+    {"led_result_curr_luma=%d", 408, 4, kInt32},
+    {"led_result_exp_idx=%d", 404, 4, kInt32},
+    {"led_result=%d", 284, 4, kInt32},
+    {"led2_result=%d", 400, 4, kInt32},
+    {"als_cali_ver=%s", 288, 32, kText},
+    {"language_flag=%d", 320, 4, kInt32},
+    {"special_feature=%d", 324, 4, kInt32},
+    {"special_product=%d", 328, 4, kInt32},
+    {"op_entry=%s", 332, 16, kText},
+    {"net_lock=%s", 348, 20, kText},
+    {"product_model=%s", 368, 6, kText},
+    {"entry_version=%s", 374, 6, kText},
+    {"volte_value=%d", 388, 4, kInt32},
+    {"update_flag=%d", 392, 4, kInt32},
+    {"oem_name=%s", 436, 28, kText},
+    {"oem_version=%s", 540, 4, kText},
+    {"oem_file_name=%s", 544, 56, kText},
+    {"sim_num=%d", 1348, 4, kInt32},
+    {"fsg_version=%d", 512, 4, kInt32},
+    {"ccm_hall1_push_cali_data=%d", 600, 4, kInt32},
+    {"ccm_hall1_pop_cali_data=%d", 604, 4, kInt32},
+    {"ccm_hall2_push_cali_data=%d", 608, 4, kInt32},
+    {"ccm_hall2_pop_cali_data=%d", 612, 4, kInt32},
+    {"led_back_rg0=%.4f", 632, 4, kFloat32},
+    {"led_back_bg0=%.4f", 636, 4, kFloat32},
+    {"led_back_rg1=%.4f", 640, 4, kFloat32},
+    {"led_back_bg1=%.4f", 644, 4, kFloat32},
+    {"led_back_rg2=%.4f", 648, 4, kFloat32},
+    {"led_back_bg2=%.4f", 652, 4, kFloat32},
+    {"led_back_rg3=%.4f", 656, 4, kFloat32},
+    {"led_back_bg3=%.4f", 660, 4, kFloat32},
+    {"orbalog_flag=%d", 464, 4, kInt32},
+    {"light_sensor_leak_cali_factor_k1=%.2f", 668, 4, kFloat32},
+    {"light_sensor_leak_offset_value=%.2f", 672, 4, kFloat32},
+    {"light_sensor_leak_cali_flag=%d", 676, 4, kInt32},
+    {"boot_times=%d", 680, 4, kInt32},
+    {"transp_block_state=%d", 684, 4, kInt32},
+    {"factory_flag=%d", 688, 4, kInt32},
+    {"cali_flag_clock_TMF8801=%d", 980, 4, kInt32},
+    {"cali_flag_crosstalk_TMF8801=%d", 984, 4, kInt32},
+    {"widevine_device_id=%s", 696, 60, kTextFfUnset},
+    {"cct_cali_factor_c=%.4f", 756, 4, kFloat32},
+    {"cct_cali_factor_r=%.4f", 760, 4, kFloat32},
+    {"cct_cali_factor_g=%.4f", 764, 4, kFloat32},
+    {"cct_cali_factor_b=%.4f", 768, 4, kFloat32},
+    {"cct_cali_factor_w=%.4f", 772, 4, kFloat32},
+    {"cct_final_value=%.4f", 780, 4, kFloat32},
+    {"mscct_cali_factor_c=%.4f", 1416, 4, kFloat32},
+    {"mscct_cali_factor_r=%.4f", 1420, 4, kFloat32},
+    {"mscct_cali_factor_g=%.4f", 1424, 4, kFloat32},
+    {"mscct_cali_factor_b=%.4f", 1428, 4, kFloat32},
+    {"mscct_cali_factor_w=%.4f", 1432, 4, kFloat32},
+    {"mscct_final_value=%.4f", 1440, 4, kFloat32},
+    {"ultra_sound_nearfar=%s", 992, 16, kTextFfUnset},
+    {"ultra_sound_flag=%d", 1008, 4, kInt32},
+    {"uefi_orba_factory_flag=%x", 1012, 4, kUint32},
+    {"recovery_log_flag=%d", 1016, 4, kInt32},
+    {"linear_motor_offset=%s", 1052, 16, kTextFfUnset},
+    {"linear_motor_2_offset=%s", 1132, 16, kTextFfUnset},
+    {"subsidy_lock=%d", 1068, 4, kInt32},
+    {"tierlevel=%d", 1076, 4, kInt32},
+    {"bdwlan_index=%d", 1276, 4, kInt32},
+    {"bsptest_extend_flag=%x", 1080, 4, kUint32},
+    {"em_authorized=%c", 1280, 1, kChar},
+    {"bsptest_info=%s", 1148, 128, kTextFfUnset},
+    {"factory_test_flag=%d", 1352, 4, kInt32},
+    {"dyn_name=%s", 1356, 32, kText},
+    {"sp_device_mark=%s", 1444, 16, kText},
+    {"mtk_nv_checksum= 0x%x", 1460, 4, kUint32},
+    {"gsensor_ois_calibration_flag= %d", 1464, 4, kInt32},
+    {"gs_ois_cali_dataX= %d", 1468, 4, kInt32},
+    {"gs_ois_cali_dataY= %d", 1472, 4, kInt32},
+    {"gs_ois_cali_dataZ= %d", 1476, 4, kInt32},
+    {"silent_hall_flat_angle_cali_flag=%d", 1480, 4, kInt32},
+    {"up_hall_flat_angle_cali_value=%d", 1484, 4, kInt32},
+    {"low_hall_flat_angle_cali_value=%d", 1488, 4, kInt32},
+    {"silent_hall_zero_angle_cali_flag=%d", 1492, 4, kInt32},
+    {"up_hall_zero_angle_cali_value=%d", 1496, 4, kInt32},
+    {"low_hall_zero_angle_cali_value=%d", 1500, 4, kInt32},
+    {"als_cali_data_fold_c=%d", 1504, 4, kInt32},
+    {"als_cali_flag_fold_c=%d", 1508, 4, kInt32},
+    {"cct_data_lux1_fold_c=%d", 1512, 4, kInt32},
+    {"angle_cali_90_degrees=%.4f", 1516, 4, kFloat32},
+    {"angle_cali_90_degrees_flag=%d", 1520, 4, kInt32},
+    {"angle_cali_150_degrees=%.4f", 1524, 4, kFloat32},
+    {"angle_cali_150_degrees_flag=%d", 1528, 4, kInt32},
+    {"battery_limit=%d", 1532, 4, kInt32},
+    {"auth_type=%s", 1536, 16, kText},
+    {"light_sensor_leak_cali_factor_k1_fold_c=%.2f", 1552, 4, kFloat32},
+    {"light_sensor_leak_offset_value_fold_c=%.2f", 1556, 4, kFloat32},
+    {"light_sensor_leak_cali_flag_fold_c=%d", 1560, 4, kInt32},
+    {"mtk_efuse_flag=%c", 1588, 1, kChar},
+    {"up_hall_test_singal_value_flat_angle=%d", 1564, 4, kInt32},
+    {"low_hall_test_singal_value_flat_angle=%d", 1568, 4, kInt32},
+    {"up_hall_test_singal_value_zero_angle=%d", 1572, 4, kInt32},
+    {"low_hall_test_singal_value_zero_angle=%d", 1576, 4, kInt32},
+    {"lidswitch_hall_trigger_angle=%d", 1580, 4, kInt32},
+    {"lidswitch_hall_release_angle=%d", 1584, 4, kInt32},
+};
+
+std::string FieldName(const Field& f) {
+  const char* eq = strchr(f.format, '=');
+  return std::string(f.format, static_cast<size_t>(eq - f.format));
+}
+
+// The name a user types: unique, so the repeated key gets a suffix the second time.
+std::string UserName(const Field& f) {
+  std::string name = FieldName(f);
+  for (const Field& other : kFields) {
+    if (&other == &f) break;
+    if (FieldName(other) == name) return name + ":2";
+  }
+  return name;
+}
+
+const Field* FindField(const std::string& name) {
+  for (const Field& f : kFields) {
+    if (UserName(f) == name) return &f;
+  }
+  return nullptr;
+}
+
+int32_t GetInt(const uint8_t* record, size_t offset) {
+  int32_t v;
+  memcpy(&v, record + offset, sizeof(v));
+  return v;
+}
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+std::string Format(const uint8_t* record, const Field& f) {
+  char out[256];
+  switch (f.type) {
+    case kInt32:
+      snprintf(out, sizeof(out), f.format, GetInt(record, f.offset));
+      break;
+    case kUint32:
+      snprintf(out, sizeof(out), f.format, static_cast<unsigned>(GetInt(record, f.offset)));
+      break;
+    case kFloat32: {
+      float v;
+      memcpy(&v, record + f.offset, sizeof(v));
+      snprintf(out, sizeof(out), f.format, static_cast<double>(v));
+      break;
+    }
+    case kChar:
+      snprintf(out, sizeof(out), f.format, record[f.offset]);
+      break;
+    case kText:
+    case kTextFfUnset: {
+      char text[160] = {};
+      if (!(f.type == kTextFfUnset && record[f.offset] == 0xFF)) {
+        size_t n = 0;
+        while (n < f.width && record[f.offset + n] != '\0') ++n;
+        memcpy(text, record + f.offset, n);
+      }
+      snprintf(out, sizeof(out), f.format, text);
+      break;
+    }
+  }
+  return out;
+}
+#pragma GCC diagnostic pop
+
+// The printed line under the name the user types (the format keeps the record's own spacing).
+std::string Line(const uint8_t* record, const Field& f) {
+  std::string text = Format(record, f);
+  return UserName(f) + text.substr(FieldName(f).size());
+}
+
+bool Parse(const Field& f, const std::string& value, uint8_t* record) {
+  switch (f.type) {
+    case kInt32: {
+      long v = 0;
+      if (!orba::cli::ParseInt(value, UserName(f).c_str(), &v)) return false;
+      if (v < INT32_MIN || v > INT32_MAX) {
+        orba::cli::Error(orba::cli::kUsage, "%s: %s is out of range", UserName(f).c_str(),
+                         value.c_str());
+        return false;
+      }
+      int32_t x = static_cast<int32_t>(v);
+      memcpy(record + f.offset, &x, sizeof(x));
+      return true;
+    }
+    case kUint32: {
+      char* end = nullptr;
+      errno = 0;
+      unsigned long v = strtoul(value.c_str(), &end, 16);
+      if (value.empty() || *end != '\0' || errno != 0 || v > UINT32_MAX || value[0] == '-') {
+        orba::cli::Error(orba::cli::kUsage, "%s: '%s' is not a hex number", UserName(f).c_str(),
+                         value.c_str());
+        return false;
+      }
+      uint32_t x = static_cast<uint32_t>(v);
+      memcpy(record + f.offset, &x, sizeof(x));
+      return true;
+    }
+    case kFloat32: {
+      char* end = nullptr;
+      float v = strtof(value.c_str(), &end);
+      if (value.empty() || *end != '\0' || !isfinite(v)) {
+        orba::cli::Error(orba::cli::kUsage, "%s: '%s' is not a number", UserName(f).c_str(),
+                         value.c_str());
+        return false;
+      }
+      memcpy(record + f.offset, &v, sizeof(v));
+      return true;
+    }
+    case kChar:
+      if (value.size() != 1) {
+        orba::cli::Error(orba::cli::kUsage, "%s: one character expected", UserName(f).c_str());
+        return false;
+      }
+      record[f.offset] = static_cast<uint8_t>(value[0]);
+      return true;
+    case kText:
+    case kTextFfUnset:
+      // The field keeps its terminator, so readers never run into the next field.
+      if (value.size() >= f.width || value.find('\0') != std::string::npos) {
+        orba::cli::Error(orba::cli::kUsage, "%s: at most %d characters", UserName(f).c_str(),
+                         f.width - 1);
+        return false;
+      }
+      memset(record + f.offset, 0, f.width);
+      memcpy(record + f.offset, value.data(), value.size());
+      return true;
+  }
+  return false;
+}
+
+int ReadRecord(uint8_t* record) {
+  int rc = get_XOLE_NV_item(record);
+  if (rc != 0) {
+    return orba::cli::Error(orba::cli::kFailed, "cannot read the factory record (%d); see -v", rc);
+  }
+  return orba::cli::kOk;
+}
+
+int DumpBody(const Args&) {
+  uint8_t record[XOLE_NV_ITEM_SIZE] = {};
+  if (int rc = ReadRecord(record); rc != orba::cli::kOk) return rc;
+  for (const Field& f : kFields) printf("%s\n", Line(record, f).c_str());
+  return orba::cli::kOk;
+}
+
+int UnknownField(const std::string& name) {
+  std::string names;
+  for (const Field& f : kFields) names += "\n  " + UserName(f);
+  return orba::cli::Error(orba::cli::kUsage, "nv: no field '%s'; the fields are:%s", name.c_str(),
+                          names.c_str());
+}
+
+int GetBody(const Args& args) {
+  const Field* f = FindField(args[0]);
+  if (f == nullptr) return UnknownField(args[0]);
+  uint8_t record[XOLE_NV_ITEM_SIZE] = {};
+  if (int rc = ReadRecord(record); rc != orba::cli::kOk) return rc;
+  printf("%s\n", Line(record, *f).c_str());
+  return orba::cli::kOk;
+}
+
+int SetBody(const Args& args) {
+  const Field* f = FindField(args[0]);
+  if (f == nullptr) return UnknownField(args[0]);
+  uint8_t record[XOLE_NV_ITEM_SIZE] = {};
+  if (int rc = ReadRecord(record); rc != orba::cli::kOk) return rc;
+  if (!Parse(*f, args[1], record)) return orba::cli::kUsage;
+  if (put_XOLE_NV_item(record) != 0) {
+    return orba::cli::Error(orba::cli::kFailed, "cannot store the factory record; see -v");
+  }
+  printf("%s\n", Line(record, *f).c_str());
+  return orba::cli::kOk;
+}
+
+int Run(Args args, int (*body)(const Args&), size_t min, size_t max) {
+  orba::cli::ImageOptions options;
+  if (!orba::cli::TakeImageOptions(&args, &options)) return orba::cli::kUsage;
+  if (args.size() < min || args.size() > max) {
+    return orba::cli::Error(orba::cli::kUsage, "wrong number of arguments (see orbafactory nv --help)");
+  }
+  // Checked before the image is copied anywhere, so a typo costs nothing.
+  if (!args.empty() && FindField(args[0]) == nullptr) return UnknownField(args[0]);
+  return orba::cli::WithBackupPartition(options, body, args);
+}
+
+int Dump(const Args& args) { return Run(args, DumpBody, 0, 0); }
+int Get(const Args& args) { return Run(args, GetBody, 1, 1); }
+int Set(const Args& args) { return Run(args, SetBody, 2, 2); }
+
+const orba::cli::Family kNv{
+    "nv",
+    "the factory record in the backup partition, field by field",
+    {
+        {"dump", "[--image FILE [--write-back]]",
+         "every field; --image works on a copy of a pulled partition image (a read repairs "
+         "damaged copies in the copy only), --write-back stores the repaired copy into FILE",
+         0, 3, Dump},
+        {"get", "FIELD [--image FILE [--write-back]]", "one field, named as in the dump", 1, 4,
+         Get},
+        {"set", "FIELD VALUE [--image FILE [--write-back]]",
+         "change one field and store both copies (into FILE only with --write-back)", 2, 5, Set},
+    }};
+orba::cli::Registrar registrar(kNv);
+
+}  // namespace

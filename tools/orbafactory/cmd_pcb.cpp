@@ -1,0 +1,46 @@
+// orbafactory pcb get|set: the PCB code kept in the factory record.
+
+#include <stdio.h>
+
+#include <orbafactory/persist.h>
+
+#include "cli.h"
+
+namespace {
+
+using orba::cli::Args;
+
+int Get(const Args& args) {
+  char code[64] = {};
+  bool at_form = !args.empty() && args[0] == "--at";
+  if (!args.empty() && !at_form) return orba::cli::Error(orba::cli::kUsage, "pcb get [--at]");
+  if ((at_form ? get_pcb_from_backup(code) : get_pcb(code)) != 0) {
+    return orba::cli::Error(orba::cli::kFailed, "pcb: no PCB code stored");
+  }
+  printf("%s\n", code);
+  return orba::cli::kOk;
+}
+
+int Set(const Args& args) {
+  if (set_pcb_to_backup(args[0].c_str()) != 0) {
+    return orba::cli::Error(orba::cli::kFailed,
+                            "pcb: '%s' was not stored (2 to 20 characters, optionally in "
+                            "double quotes); see -v",
+                            args[0].c_str());
+  }
+  char code[64] = {};
+  if (get_pcb(code) == 0) printf("%s\n", code);
+  return orba::cli::kOk;
+}
+
+const orba::cli::Family kPcb{
+    "pcb",
+    "the PCB code in the factory record",
+    {
+        {"get", "[--at]", "print the code (--at: as the AT reply +EGMR:\"CODE\")", 0, 1, Get},
+        {"set", "CODE", "store a code; a quoted code inside an AT argument is taken out of it", 1,
+         1, Set},
+    }};
+orba::cli::Registrar registrar(kPcb);
+
+}  // namespace
