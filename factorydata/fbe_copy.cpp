@@ -88,16 +88,23 @@ extern "C" ORBA_EXPORT int fbe_copy_file(const char* src, const char* dst) {
 extern "C" ORBA_EXPORT int fbe_copy_file_and_check(const char* src, const char* dst,
                                                    int remove_src) {
   if (src == nullptr || dst == nullptr) return -1;
-  // The first copy's result is not trusted either way: the signature check below decides.
-  fbe_copy_file(src, dst);
+  // The signature check, not the first copy's result, decides whether to copy again.
+  int placed = fbe_copy_file(src, dst);
   orba::fbe::FinishPlacedFile(dst);
   if (ckeck_zip_signature(dst) != 0) {
     remove(DevPath(dst));
-    int rc = fbe_copy_file(src, dst);
+    placed = fbe_copy_file(src, dst);
     orba::fbe::FinishPlacedFile(dst);
-    if (rc != 0) return rc;
+    if (placed != 0) return placed;
   }
-  if ((remove_src & 1) != 0) remove(DevPath(src));
+  if ((remove_src & 1) != 0) {
+    // The source is the only good copy while the placed one is incomplete: it stays.
+    if (placed == 0) {
+      remove(DevPath(src));
+    } else {
+      ORBA_LOGE("copy %s > %s incomplete, source kept", src, dst);
+    }
+  }
   return 0;
 }
 

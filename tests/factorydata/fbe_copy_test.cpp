@@ -126,6 +126,10 @@ TEST_F(CopyTest, FbeCopyFileEdges) {
   // A destination that cannot be created fails.
   WriteDeviceFile("/data/src", "data");
   EXPECT_EQ(fbe_copy_file("/data/src", "/sdcard/no/such/dir/f"), -1);
+  // A move whose copy failed keeps its source.
+  WriteStorage("taken/inside", "x");
+  EXPECT_EQ(fbe_copy_file_and_check("/data/src", "/sdcard/taken", 1), 0);
+  EXPECT_EQ(ReadDeviceFile("/data/src"), "data");
   // A file copied onto itself survives.
   EXPECT_EQ(fbe_copy_file("/data/src", "/data/src"), 0);
   EXPECT_EQ(ReadDeviceFile("/data/src"), "data");
