@@ -1,0 +1,138 @@
+#include <gtest/gtest.h>
+#include <string.h>
+
+#include <string>
+
+#include <orbafactory/devices.h>
+#include <orbafactory/digest.h>
+#include "support/device_root.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using orba::test::LogCapture;
+
+constexpr const char* kOtp = "/dev/block/sdd";
+
+class OtpItemTest : public orba::test::DeviceRootTest {
+ protected:
+  void BlankDevice() { WriteDeviceFile(kOtp, std::string(4096, '\0')); }
+  OTP_NV_Item DeviceItem() {
+    OTP_NV_Item item;
+    std::string bytes = ReadDeviceFile(kOtp);
+    EXPECT_GE(bytes.size(), sizeof(item));
+    memcpy(&item, bytes.data(), sizeof(item));
+    return item;
+  }
+  void StoreItem(const OTP_NV_Item& item) {
+    std::string bytes = ReadDeviceFile(kOtp);
+    memcpy(bytes.data(), &item, sizeof(item));
+    WriteDeviceFile(kOtp, bytes);
+  }
+  static OTP_NV_Item DefaultItem() {
+    OTP_NV_Item item{};
+    SHA256_hash(item.data, 64, item.hash);
+    item.hash_verify_len = 64;
+    return item;
+  }
+};
+
+TEST_F(OtpItemTest, SupportFollowsTheDevice) {
+  EXPECT_EQ(is_support_otp(), 0);
+  BlankDevice();
+  EXPECT_EQ(is_support_otp(), 1);
+}
+
+TEST_F(OtpItemTest, RefusalsHappenBeforeTheDeviceIsOpened) {
+  struct Case {
+    int offset, size, limit;
+    const char* message;
+  };
+  const Case cases[] = {
+      {72, 5, 4, "The size you provided is wrong, it may cause the address to be trampled!!\n"},
+      {130, 8, 8, "offset 130 and size 8 do not fit in the 136-byte item\n"},
+      {-1, 4, 4, "offset -1 and size 4 do not fit in the 136-byte item\n"},
+  };
+  for (const Case& c : cases) {
+    LogCapture log;
+    unsigned char buf[8] = {};
+    EXPECT_EQ(write_value_to_otp(c.offset, buf, c.size, c.limit), -1);
+    EXPECT_EQ(read_value_from_otp(c.offset, buf, c.size, c.limit), -1);
+    EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, c.message)) << log.Dump();
+    EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "write to OTP_DEVICE_PATH_0 error"));
+    EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "read value from OTP_DEVICE_PATH_0 error!"));
+    EXPECT_FALSE(log.Has(ANDROID_LOG_ERROR,
+                         "can't open the otp partition, maybe the partiton is not here!!\n"));
+    for (const auto& line : log.Lines()) EXPECT_EQ(line.tag, "_O_EM_LOG: OTP_NV_ITEM");
+  }
+}
+
+TEST_F(OtpItemTest, MissingDeviceFailsToOpen) {
+  LogCapture log;
+  unsigned char buf[4] = {};
+  EXPECT_EQ(write_value_to_otp(72, buf, 4, 4), -1);
+  EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR,
+                      "can't open the otp partition, maybe the partiton is not here!!\n"));
+}
+
+TEST_F(OtpItemTest, WriteRehashesAndReadsBack) {
+  BlankDevice();
+  const unsigned char value[4] = {0xde, 0xad, 0xbe, 0xef};
+  ASSERT_EQ(write_value_to_otp(OTP_NV_DATA_OFFSET, value, 4, 4), 0);
+  OTP_NV_Item item = DeviceItem();
+  EXPECT_EQ(doCheckHash(&item), 0);
+  EXPECT_EQ(item.hash_verify_len, 64u);
+  EXPECT_EQ(memcmp(item.data, value, 4), 0);
+
+  unsigned char back[4] = {};
+  ASSERT_EQ(read_value_from_otp(OTP_NV_DATA_OFFSET, back, 4, 4), 0);
+  EXPECT_EQ(memcmp(back, value, 4), 0);
+
+  // A second field keeps the first.
+  const unsigned char other[2] = {0x12, 0x34};
+  ASSERT_EQ(write_value_to_otp(OTP_NV_DATA_OFFSET + 60, other, 2, 4), 0);
+  item = DeviceItem();
+  EXPECT_EQ(doCheckHash(&item), 0);
+  EXPECT_EQ(memcmp(item.data, value, 4), 0);
+  EXPECT_EQ(item.data[60], 0x12);
+}
+
+TEST_F(OtpItemTest, CorruptItemReadsAsZerosAndIsReset) {
+  BlankDevice();
+  const unsigned char value[4] = {1, 2, 3, 4};
+  ASSERT_EQ(write_value_to_otp(OTP_NV_DATA_OFFSET, value, 4, 4), 0);
+  OTP_NV_Item item = DeviceItem();
+  item.data[10] ^= 0xff;  // the stored hash no longer matches
+  StoreItem(item);
+
+  LogCapture log;
+  unsigned char back[4] = {0xaa, 0xaa, 0xaa, 0xaa};
+  ASSERT_EQ(read_value_from_otp(OTP_NV_DATA_OFFSET, back, 4, 4), 0);
+  EXPECT_EQ(memcmp(back, "\0\0\0\0", 4), 0);
+  EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "do otp restore to default\r\n")) << log.Dump();
+  OTP_NV_Item expected = DefaultItem();
+  OTP_NV_Item now = DeviceItem();
+  EXPECT_EQ(memcmp(&now, &expected, sizeof(now)), 0);
+}
+
+TEST_F(OtpItemTest, HashCoversTheStoredLengthOnlyWhenItIsSane) {
+  struct Case {
+    uint64_t len;
+    int covered;
+  };
+  const Case cases[] = {{0, 64}, {65, 64}, {1000, 64}, {1, 1}, {16, 16}, {64, 64}};
+  for (const Case& c : cases) {
+    OTP_NV_Item item{};
+    for (int i = 0; i < 64; ++i) item.data[i] = static_cast<unsigned char>(i * 3 + 1);
+    item.hash_verify_len = c.len;
+    SHA256_hash(item.data, c.covered, item.hash);
+    EXPECT_EQ(doCheckHash(&item), 0) << c.len;
+    item.data[c.covered - 1] ^= 1;
+    EXPECT_EQ(doCheckHash(&item), -1) << c.len;
+  }
+  LogCapture log;
+  EXPECT_EQ(doCheckHash(nullptr), -1);
+  EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "check hash failed: input OTP_NV_Item null!\r\n"));
+}
+
+}  // namespace
