@@ -80,7 +80,7 @@ extern "C" ORBA_EXPORT int isAllTfFilePermissionOk(void) {
       continue;
     }
     char path[kMediaPathBuffer];
-    snprintf(path, sizeof(path), "%s", node->path);
+    memcpy(path, node->path, strlen(node->path) + 1);  // its length was checked just above
     if (!IsMediaPath(path)) {
       ORBA_LOGD("skip file: %s", path);
       continue;
