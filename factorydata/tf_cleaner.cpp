@@ -78,8 +78,9 @@ void Clean(const char* dir, const KeepSet& keep) {
 
 // Copies a listed path for the substring tests, or refuses one too long for the copy.
 bool CopyMediaPath(const char* path, char (&out)[128]) {
-  if (strlen(path) >= sizeof(out)) return false;
-  snprintf(out, sizeof(out), "%s", path);
+  size_t len = strlen(path);
+  if (len >= sizeof(out)) return false;
+  memcpy(out, path, len + 1);
   return true;
 }
 
