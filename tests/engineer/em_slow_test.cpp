@@ -46,7 +46,8 @@ TEST_F(EmSlowTest, CameraThatNeverListensCostsFourPasses) {
 }
 
 TEST_F(EmSlowTest, CameraUpInTheSecondPassIsStartedTwice) {
-  SetProp("sim.camera.start_delay_ms", "2600");
+  // Beyond the first pass (at least 2 s of retries) with room for slow retries under load.
+  SetProp("sim.camera.start_delay_ms", "3500");
   SetProp("sim.camera.default_reply", "late");
   EXPECT_STREQ(sendMessageToCamera("open"), "late");
   EXPECT_EQ(CountCalls(std::string("doAction\tstartServiceFromAtcid\t") + kStockCameraComponent),
