@@ -27,7 +27,8 @@ void PrintUsage(FILE* out) {
         "\n"
         "options:\n"
         "  --root DIR   the simulated device to work on (default: $ORBA_DEVICE_ROOT)\n"
-        "  -v           show the library's log (debug and up) on stderr; default: warnings\n"
+        "  -v           show the library's own log on stderr (hidden by default: it reports\n"
+        "               at error level much that is routine, such as a property wait ending)\n"
         "  -h, --help   this text; `orbafactory FAMILY --help` lists a family's commands\n"
         "\n"
         "families:\n",
@@ -75,7 +76,7 @@ int main(int argc, char** argv) {
                               opt.c_str());
     }
   }
-  __android_log_set_minimum_priority(verbose ? ANDROID_LOG_DEBUG : ANDROID_LOG_WARN);
+  __android_log_set_minimum_priority(verbose ? ANDROID_LOG_DEBUG : ANDROID_LOG_SILENT);
   if (i >= argc) {
     PrintUsage(stderr);
     return orba::cli::kUsage;

@@ -1,0 +1,116 @@
+// orbafactory em|camera: the engineer-mode apps and the camera service, as test steps reach them.
+
+#include <stdio.h>
+#include <string.h>
+
+#include <string>
+
+#include <orbafactory/engineer.h>
+
+#include "cli.h"
+
+namespace {
+
+using orba::cli::Args;
+using orba::cli::kFailed;
+using orba::cli::kOk;
+
+std::string Join(const Args& words, size_t from) {
+  std::string out;
+  for (size_t i = from; i < words.size(); ++i) out += (out.empty() ? "" : " ") + words[i];
+  return out;
+}
+
+const char* Arg(const Args& args, size_t i) { return i < args.size() ? args[i].c_str() : ""; }
+
+int PrintReply(const char* reply) {
+  if (reply == nullptr) return orba::cli::Error(kFailed, "no reply");
+  printf("%s\n", reply);
+  return kOk;
+}
+
+int Send(const Args& args) { return PrintReply(sendMessage(Join(args, 0).c_str())); }
+int UserSend(const Args& args) { return PrintReply(sendUserMessage(Join(args, 0).c_str())); }
+
+// The app actions by the names stations use, each with up to three arguments.
+struct Action {
+  const char* name;
+  bool (*run)(const char*, const char*, const char*);
+};
+
+const Action kActions[] = {
+    {"start-activity", startActivityFromAtcid}, {"stop-activity", stopActivityFromAtcid},
+    {"start-service", startServiceFromAtcid},   {"stop-service", stopServiceFromAtcid},
+    {"broadcast", sendBroadcastFromAtcid},
+};
+
+int RunAction(const Args& args) {
+  for (const Action& a : kActions) {
+    if (args[0] != a.name) continue;
+    if (!a.run(Arg(args, 1), Arg(args, 2), Arg(args, 3))) {
+      return orba::cli::Error(kFailed, "em action %s: refused or no engineer-mode service",
+                              a.name);
+    }
+    printf("ok\n");
+    return kOk;
+  }
+  std::string names;
+  for (const Action& a : kActions) names += std::string(names.empty() ? "" : ", ") + a.name;
+  return orba::cli::Error(orba::cli::kUsage, "em action: no action '%s' (one of: %s)",
+                          args[0].c_str(), names.c_str());
+}
+
+int Running(const Args& args) {
+  bool running = isServiceWork(args[0].c_str());
+  printf("%s\n", running ? "running" : "not running");
+  return running ? kOk : kFailed;
+}
+
+int Edition(const Args& args) {
+  bool ready = OrbaEmcheckCallback(args[0].c_str());
+  printf("%s\n", ready ? "ready" : "not ready");
+  return ready ? kOk : kFailed;
+}
+
+int CameraSend(const Args& args) { return PrintReply(sendMessageToCamera(Join(args, 0).c_str())); }
+
+int CameraStart(const Args&) {
+  if (startCameraSocketService() != 1) {
+    return orba::cli::Error(kFailed, "camera start: the camera service did not start");
+  }
+  printf("ok\n");
+  return kOk;
+}
+
+int CameraStop(const Args&) {
+  if (stopCameraFromAtcid() != 1) return orba::cli::Error(kFailed, "camera stop: refused");
+  printf("ok\n");
+  return kOk;
+}
+
+const orba::cli::Family kEm{
+    "em",
+    "the engineer-mode apps: messages and actions",
+    {
+        {"send", "MESSAGE...", "send a request to the running engineer-mode edition", 1, -1,
+         Send},
+        {"user-send", "MESSAGE...", "send a request to the user edition", 1, -1, UserSend},
+        {"action", "ACTION [COMPONENT [ARG [ARG]]]",
+         "start-activity|stop-activity|start-service|stop-service|broadcast", 1, 4, RunAction},
+        {"running", "SERVICE_CLASS", "whether an app service runs (exit 1 when not)", 1, 1,
+         Running},
+        {"edition", "TAG", "whether an edition's app answers (exit 1 when not)", 1, 1, Edition},
+    }};
+const orba::cli::Family kCamera{
+    "camera",
+    "the camera service's request socket",
+    {
+        {"send", "MESSAGE...", "send a request and print the reply (waits for the service)", 1,
+         -1, CameraSend},
+        {"start", "", "start the camera service", 0, 0, CameraStart},
+        {"stop", "", "stop the camera service", 0, 0, CameraStop},
+    }};
+orba::cli::Registrar em_registrar(kEm);
+orba::cli::Registrar camera_registrar(kCamera);
+
+}  // namespace
