@@ -35,7 +35,10 @@ class OutstandingList {
       return;
     }
     char next[kCaliListSize];
-    snprintf(next, sizeof(next), "%s,%s", buf_, item);
+    // Bounded by the list size; every rule together stays well inside it.
+    if (snprintf(next, sizeof(next), "%s,%s", buf_, item) >= static_cast<int>(sizeof(next))) {
+      ORBA_LOGD("list full at %s", item);
+    }
     memcpy(buf_, next, sizeof(buf_));
   }
   void Consider(bool applies, const char* item) { Consider(applies, item, item, item); }
