@@ -6,33 +6,13 @@
 #include <thread>
 #include <vector>
 
-#include "support/device_root.h"
-#include "support/subprocess.h"
+#include "support/sim_device.h"
 
 namespace {
 
-using orba::test::BinPath;
 using orba::test::RunProgram;
 
-class DeviceCliTest : public orba::test::DeviceRootTest {
- protected:
-  void SetUp() override {
-    DeviceRootTest::SetUp();
-    // The device root from the fixture exists and is empty: lay the device out in it.
-    auto init = RunProgram({BinPath("orbafactory-sim"), "init", "--root", root()});
-    ASSERT_EQ(init.status, 0) << init.err;
-    auto start = RunProgram({BinPath("orbafactory-sim"), "start", "--root", root()});
-    ASSERT_EQ(start.status, 0) << start.err;
-  }
-  void TearDown() override {
-    RunProgram({BinPath("orbafactory-sim"), "stop", "--root", root()});
-    DeviceRootTest::TearDown();
-  }
-  orba::test::ProgramResult Cli(std::vector<std::string> args) {
-    args.insert(args.begin(), {BinPath("orbafactory"), "--root", root()});
-    return RunProgram(args);
-  }
-};
+class DeviceCliTest : public orba::test::SimDeviceTest {};
 
 TEST_F(DeviceCliTest, PropertiesThroughTheService) {
   struct Case {
@@ -61,7 +41,7 @@ TEST_F(DeviceCliTest, PropertiesThroughTheService) {
 TEST_F(DeviceCliTest, PropertyWaitWakesOnASetFromAnotherProcess) {
   std::thread setter([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    RunProgram({BinPath("orbafactory-sim"), "setprop", "sys.ready", "1", "--root", root()});
+    Sim({"setprop", "sys.ready", "1"});
   });
   auto r = Cli({"prop", "wait", "sys.ready", "1", "5000"});
   setter.join();

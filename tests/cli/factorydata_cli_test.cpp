@@ -8,30 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "support/device_root.h"
-#include "support/subprocess.h"
+#include "support/sim_device.h"
 
 namespace {
 
-using orba::test::BinPath;
-using orba::test::RunProgram;
 
-class FactoryDataCliTest : public orba::test::DeviceRootTest {
+class FactoryDataCliTest : public orba::test::SimDeviceTest {
  protected:
-  void SetUp() override {
-    DeviceRootTest::SetUp();
-    auto init = RunProgram({BinPath("orbafactory-sim"), "init", "--root", root()});
-    ASSERT_EQ(init.status, 0) << init.err;
-    RunProgram({BinPath("orbafactory-sim"), "start", "--root", root()});
-  }
-  void TearDown() override {
-    RunProgram({BinPath("orbafactory-sim"), "stop", "--root", root()});
-    DeviceRootTest::TearDown();
-  }
-  orba::test::ProgramResult Cli(std::vector<std::string> args) {
-    args.insert(args.begin(), {BinPath("orbafactory"), "--root", root()});
-    return RunProgram(args);
-  }
   void Storage(const std::string& rel, const std::string& content) {
     WriteDeviceFile("/data/media/0/" + rel, content);
   }
