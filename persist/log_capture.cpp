@@ -7,6 +7,7 @@
 #include <stdio.h>
 #include <string.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -40,10 +41,14 @@ class LogReaderChild {
     if (!program.ok() || pipe2(fds, O_CLOEXEC) != 0) return;
     android::base::unique_fd read_end(fds[0]);
     android::base::unique_fd write_end(fds[1]);
+    const pid_t parent = getpid();
     pid_t pid = fork();
     if (pid < 0) return;
     if (pid == 0) {
       // Only async-signal-safe calls between fork and exec: the parent has other threads.
+      // The reader goes with the capture thread, so a daemon that exits mid-capture does not
+      // leave a logcat following the log forever.
+      if (prctl(PR_SET_PDEATHSIG, SIGTERM) != 0 || getppid() != parent) _exit(127);
       if (dup2(write_end.get(), STDOUT_FILENO) < 0) _exit(127);
       execl(program.c_str(), "logcat", static_cast<char*>(nullptr));
       _exit(127);
@@ -96,7 +101,10 @@ extern "C" void* pthread_logcat(void* /*unused*/) {
         ORBA_LOGD("read kernel %d error: '%s'", static_cast<int>(n), strerror(errno));
         break;
       }
+      // Each chunk reaches the file at once: the line may pull it while the capture runs, and
+      // a daemon killed mid-capture loses nothing it has read.
       fwrite(chunk, 1, static_cast<size_t>(n), out);
+      fflush(out);
       total += n;
     }
     ORBA_LOGD("size:%d", static_cast<int>(total));
@@ -131,6 +139,7 @@ extern "C" void* pthread_kmsg(void* /*unused*/) {
         break;
       }
       fwrite(chunk, 1, static_cast<size_t>(n), out);
+      fflush(out);
       total += n;
     }
     ORBA_LOGD("byteCount: %d", static_cast<int>(total));

@@ -1,14 +1,19 @@
 // The capture threads: what reaches the files, where they stop, and that they detach.
 
+#include <dirent.h>
 #include <errno.h>
+#include <stdlib.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <fstream>
 #include <future>
+#include <iterator>
 #include <string>
 #include <thread>
 
@@ -161,6 +166,52 @@ TEST_F(LogCaptureTest, LogcatCaptureStopsAtItsCapAndEndsTheFollowingReader) {
   errno = 0;
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
   EXPECT_EQ(errno, ECHILD);
+}
+
+// Processes whose command line mentions `text`; with `stop`, they are also sent SIGTERM (the
+// text names this test's own device root, so only what the test started is stopped).
+int ProcessesMentioning(const std::string& text, bool stop = false) {
+  int n = 0;
+  DIR* proc = opendir("/proc");
+  if (proc == nullptr) return -1;
+  while (dirent* e = readdir(proc)) {
+    if (e->d_name[0] < '0' || e->d_name[0] > '9') continue;
+    std::ifstream in(std::string("/proc/") + e->d_name + "/cmdline", std::ios::binary);
+    std::string cmdline((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (cmdline.find(text) == std::string::npos) continue;
+    ++n;
+    pid_t pid = static_cast<pid_t>(atoi(e->d_name));
+    if (stop && pid > 1) kill(pid, SIGTERM);
+  }
+  closedir(proc);
+  return n;
+}
+
+TEST_F(LogCaptureTest, TheReaderEndsWithAProcessKilledMidCapture) {
+  // A reader that, like the phone's logcat, waits for more log without noticing that nobody
+  // reads its output any more. Its program path names this device root, to find it afterwards.
+  const std::string follower = HostPath("/system/bin/logcat-follower");
+  WriteDeviceFile("/system/bin/.keep", "");
+  ASSERT_EQ(symlink("/bin/sleep", follower.c_str()), 0);
+  WriteDeviceFile("/system/bin/logcat",
+                  "#!/bin/sh\necho first line\nexec '" + follower + "' 60\n");
+  chmod(HostPath("/system/bin/logcat").c_str(), 0755);
+  const std::string capture = HostPath(kAdbLog);
+  pid_t daemon = StartChild([&] {
+    if (open_factory_log() != 0) return 1;
+    for (int i = 0; i < 1000; ++i) {
+      struct stat st;
+      if (stat(capture.c_str(), &st) == 0 && st.st_size > 0) raise(SIGKILL);
+      usleep(10000);
+    }
+    return 2;
+  });
+  EXPECT_EQ(WaitChild(daemon), -1);  // killed, as planned, once the capture had data
+  EXPECT_EQ(ReadDeviceFile(kAdbLog), "first line\n");
+  int left = -1;
+  for (int i = 0; i < 500 && (left = ProcessesMentioning(follower)) != 0; ++i) usleep(10000);
+  EXPECT_EQ(left, 0);
+  if (left != 0) ProcessesMentioning(follower, true);
 }
 
 TEST_F(LogCaptureTest, FailuresAreLoggedAndTheThreadStillDetaches) {
