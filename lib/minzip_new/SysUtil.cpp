@@ -146,8 +146,11 @@ int MapBlockMap(const char* map_path, MemoryMap* out) {
   // beyond it is refused up front rather than left to crash the reader.
   size_t device_size = SIZE_MAX;
   if (!DeviceSize(fd.get(), &device_size)) device_size = SIZE_MAX;
+  // The range table grows with the ranges actually read, so a header that claims billions of
+  // them costs memory only in proportion to the map file that backs the claim.
+  unsigned int capacity = range_count < 64 ? range_count : 64;
   std::unique_ptr<MappedRange, decltype(&free)> ranges(
-      static_cast<MappedRange*>(calloc(range_count, sizeof(MappedRange))), &free);
+      static_cast<MappedRange*>(calloc(capacity, sizeof(MappedRange))), &free);
   if (ranges == nullptr) {
     ORBA_LOGE("malloc failed: %s\n", strerror(errno));
     return -1;
@@ -177,6 +180,17 @@ int MapBlockMap(const char* map_path, MemoryMap* out) {
     if (addr == MAP_FAILED) {
       ORBA_LOGE("failed to map block %d: %s\n", static_cast<int>(i), strerror(errno));
       return -1;
+    }
+    if (i == capacity) {
+      capacity = range_count - capacity < capacity ? range_count : capacity * 2;
+      auto* grown =
+          static_cast<MappedRange*>(realloc(ranges.get(), capacity * sizeof(MappedRange)));
+      if (grown == nullptr) {
+        ORBA_LOGE("malloc failed: %s\n", strerror(errno));
+        return -1;
+      }
+      ranges.release();
+      ranges.reset(grown);
     }
     ranges.get()[i].addr = addr;
     ranges.get()[i].length = length;
