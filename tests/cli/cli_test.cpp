@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,18 @@ TEST_F(CliTest, NoDeviceIsItsOwnExitStatus) {
   EXPECT_EQ(r.status, 3);
   EXPECT_NE(r.err.find("orbafactory-sim init"), std::string::npos) << r.err;
   EXPECT_EQ(r.out, "");
+}
+
+TEST_F(CliTest, APartitionImageNeedsNoDevice) {
+  std::string image = root() + "/pulled.img";
+  std::ofstream(image, std::ios::binary) << std::string(64 * 1024, '\xff');  // erased flash
+  unsetenv("ORBA_DEVICE_ROOT");
+  auto r = RunProgram({BinPath("orbafactory"), "nv", "get", "xole_sv", "--image", image});
+  auto without = RunProgram({BinPath("orbafactory"), "nv", "get", "xole_sv"});
+  setenv("ORBA_DEVICE_ROOT", root().c_str(), 1);
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "xole_sv=xole\n");
+  EXPECT_EQ(without.status, 3);
 }
 
 TEST_F(CliTest, DigestsMatchTheStandardTools) {

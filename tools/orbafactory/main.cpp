@@ -109,8 +109,10 @@ int main(int argc, char** argv) {
                             *command->name ? " " : "", command->name, command->args);
   }
 #if !defined(__ANDROID__)
+  // A command given a partition image (--image FILE) makes a device of its own around it.
+  bool own_device = std::find(args.begin(), args.end(), "--image") != args.end();
   orba_device_root_reset();
-  if (orba_device_root()[0] == '\0') {
+  if (orba_device_root()[0] == '\0' && !own_device) {
     return orba::cli::Error(
         orba::cli::kNoDevice,
         "no simulated device: start one with\n"
