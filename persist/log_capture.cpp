@@ -74,6 +74,38 @@ class LogReaderChild {
   android::base::unique_fd fd_;
 };
 
+// Copies chunks from a log source into the capture file until the cap or the source's end.
+// Each chunk reaches the file at once: the line may pull it while the capture runs, and a daemon
+// killed mid-capture loses nothing it has read. Read failures are logged in the thread's name.
+long CopyCapped(int source, FILE* out, long cap, const char* thread) {
+  char chunk[kCaptureChunkSize];
+  long total = 0;
+  while (total < cap) {
+    ssize_t n = read(source, chunk, sizeof(chunk));
+    if (n <= 0) {
+      // The same words for both threads, though only one of them reads the kernel log.
+      ORBA_LOG_AS(ANDROID_LOG_DEBUG, thread, "read kernel %d error: '%s'", static_cast<int>(n),
+                  strerror(errno));
+      break;
+    }
+    fwrite(chunk, 1, static_cast<size_t>(n), out);
+    fflush(out);
+    total += n;
+  }
+  return total;
+}
+
+// Every capture thread ends the same way, detached so nobody has to join it.
+void* EndCapture(FILE* out, const char* thread) {
+  ORBA_LOG_AS(ANDROID_LOG_DEBUG, thread, "Exit");
+  if (out != nullptr) {
+    fflush(out);
+    fclose(out);
+  }
+  pthread_detach(pthread_self());
+  return nullptr;
+}
+
 }  // namespace
 
 }  // namespace orba::persist
@@ -84,71 +116,35 @@ extern "C" void* pthread_logcat(void* /*unused*/) {
   FILE* out = RecreateCaptureFile(kFactoryAdbLog);
   if (out == nullptr) {
     ORBA_LOGD("fopen %s, errno: %s", kFactoryAdbLog, strerror(errno));
-    ORBA_LOGD("Exit");
-    pthread_detach(pthread_self());
-    return nullptr;
+    return EndCapture(nullptr, __func__);
   }
   ORBA_LOGD("start logcat");
   LogReaderChild logcat(kLogcatPath);
   if (logcat.fd() < 0) {
     ORBA_LOGD("fopen /system/bin/logcat errno: %s", strerror(errno));
   } else {
-    char chunk[kCaptureChunkSize];
-    long total = 0;
-    while (total < kAdbLogCap) {
-      ssize_t n = read(logcat.fd(), chunk, sizeof(chunk));
-      if (n <= 0) {
-        ORBA_LOGD("read kernel %d error: '%s'", static_cast<int>(n), strerror(errno));
-        break;
-      }
-      // Each chunk reaches the file at once: the line may pull it while the capture runs, and
-      // a daemon killed mid-capture loses nothing it has read.
-      fwrite(chunk, 1, static_cast<size_t>(n), out);
-      fflush(out);
-      total += n;
-    }
+    long total = CopyCapped(logcat.fd(), out, kAdbLogCap, __func__);
     ORBA_LOGD("size:%d", static_cast<int>(total));
   }
-  ORBA_LOGD("Exit");
-  fflush(out);
-  fclose(out);
-  pthread_detach(pthread_self());
-  return nullptr;
+  return EndCapture(out, __func__);
 }
 
 extern "C" void* pthread_kmsg(void* /*unused*/) {
   FILE* out = RecreateCaptureFile(kFactoryKernelLog);
   if (out == nullptr) {
     ORBA_LOGD("fopen %s, errno: %s", kFactoryKernelLog, strerror(errno));
-    ORBA_LOGD("Exit");
-    pthread_detach(pthread_self());
-    return nullptr;
+    return EndCapture(nullptr, __func__);
   }
   ORBA_LOGD("start record kmsg");
+  // Each read of the kernel log device returns one record.
   android::base::unique_fd kmsg(open(DevPath(kKmsgPath), O_RDONLY | O_CLOEXEC));
   if (kmsg.get() < 0) {
     ORBA_LOGD("open %s failed: %s", kKmsgPath, strerror(errno));
   } else {
-    char chunk[kCaptureChunkSize];
-    long total = 0;
-    while (total < kKernelLogCap) {
-      // Each read of the kernel log device returns one record.
-      ssize_t n = read(kmsg.get(), chunk, sizeof(chunk));
-      if (n <= 0) {
-        ORBA_LOGD("read kernel %d error: '%s'", static_cast<int>(n), strerror(errno));
-        break;
-      }
-      fwrite(chunk, 1, static_cast<size_t>(n), out);
-      fflush(out);
-      total += n;
-    }
+    long total = CopyCapped(kmsg.get(), out, kKernelLogCap, __func__);
     ORBA_LOGD("byteCount: %d", static_cast<int>(total));
   }
-  ORBA_LOGD("Exit");
-  fflush(out);
-  fclose(out);
-  pthread_detach(pthread_self());
-  return nullptr;
+  return EndCapture(out, __func__);
 }
 
 extern "C" int open_factory_log(void) {
