@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/wait.h>
@@ -33,6 +34,28 @@ extern "C" ORBA_EXPORT int ext_system(const char* cmd, char* out, int len) {
 }
 
 namespace {
+
+// A command whose output filled the caller's buffer may still be running. It is left to finish
+// what it does (a provisioning tool must not be cut short), and a detached thread waits for it
+// so that it does not stay behind as a zombie.
+void* ReapChild(void* arg) {
+  pid_t pid = static_cast<pid_t>(reinterpret_cast<intptr_t>(arg));
+  while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+  }
+  return nullptr;
+}
+
+void ReapLater(pid_t pid) {
+  pthread_attr_t attr;
+  pthread_attr_init(&attr);
+  pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED);
+  pthread_t thread;
+  void* arg = reinterpret_cast<void*>(static_cast<intptr_t>(pid));
+  if (pthread_create(&thread, &attr, ReapChild, arg) != 0) {
+    ORBA_LOGE("cannot wait for pid %d: %s", static_cast<int>(pid), strerror(errno));
+  }
+  pthread_attr_destroy(&attr);
+}
 
 // Only these vendor tools may be run through exec_shell_vendor, matched by their beginning.
 bool IsWhitelisted(const char* cmd) {
@@ -95,10 +118,12 @@ extern "C" ORBA_EXPORT int exec_shell_vendor(const char* cmd, char* out, int len
     } else if (n < 0 && errno != EAGAIN && errno != EINTR) {
       ORBA_LOGE("read with error. errno:%d", errno);
       ORBA_LOGE("cmd:%s response:%.*s", cmd, received, out);
+      if (!child_done) ReapLater(pid);
       return 0;
     }
     usleep(1000);
   } while (received < len && !child_done);
+  if (!child_done) ReapLater(pid);
   // The output is not terminated here; the log reads only what arrived.
   ORBA_LOGE("cmd:%s response:%.*s", cmd, received, out);
   return 0;

@@ -89,6 +89,13 @@ TEST_F(ShellTest, ExecShellVendorRunsThroughTheVendorShell) {
   EXPECT_EQ(exec_shell_vendor("tlcrpmb_gp getflag; echo more", out, 4), 0);
   EXPECT_EQ(std::string(out, 5), "flag#");
 
+  // A command still running when the buffer is full is waited for, not left as a zombie.
+  EXPECT_EQ(exec_shell_vendor("tlcrpmb_gp getflag; sleep 0.3", out, 4), 0);
+  usleep(600 * 1000);
+  errno = 0;
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+  EXPECT_EQ(errno, ECHILD);  // no child of this process is left, running or dead
+
   // Without the vendor shell the child cannot run: empty output, still 0.
   ASSERT_EQ(unlink(HostPath("/vendor/bin/sh").c_str()), 0);
   memset(out, 0, sizeof(out));
