@@ -1,0 +1,171 @@
+#ifndef ORBA_PERSIST_XOLE_NV_FIELDS_H
+#define ORBA_PERSIST_XOLE_NV_FIELDS_H
+
+// The fields of the XOLE NV record, in the order and wording of its key=value text view
+// ("/data/vendor/engineermode/nvram_item", each line ended by "\r\n"). The library writes that
+// view from this table and orbafactory's nv family names fields by it, so the two can never
+// disagree. Data only: nothing here is exported.
+
+#include <stddef.h>
+#include <stdint.h>
+
+namespace orba::persist {
+
+enum XoleNvFieldType { kInt32, kUint32, kFloat32, kText, kTextFfUnset, kChar };
+
+struct XoleNvField {
+  const char* format;  // "name=<conversion>"
+  uint16_t offset;
+  uint16_t width;
+  XoleNvFieldType type;
+};
+
+// gyroscope_calibration_flag appears twice, for two different fields: the view has always
+// printed both under one name.
+inline constexpr XoleNvField kXoleNvFields[] = {
+    {"gsensor_calibration_flag=%d", 0, 4, kInt32},
+    {"master_clear_flag=%d", 4, 4, kInt32},
+    {"master_clear_result=%d", 8, 4, kInt32},
+    {"adb_flag=%d", 12, 4, kInt32},
+    {"xole_sv=%s", 16, 52, kText},
+    {"ps_cali_data=%d", 68, 4, kInt32},
+    {"ps_cali_data_short=%d", 484, 4, kInt32},
+    {"als_cali_data=%d", 72, 4, kInt32},
+    {"cct_cali_data=%f", 468, 4, kFloat32},
+    {"cct_data_lux1=%d", 472, 4, kInt32},
+    {"cct_data_lux2=%d", 476, 4, kInt32},
+    {"ps_cali_offset=%d", 380, 4, kInt32},
+    {"gs_cali_dataX=%d", 76, 4, kInt32},
+    {"gs_cali_dataY=%d", 80, 4, kInt32},
+    {"gs_cali_dataZ=%d", 84, 4, kInt32},
+    {"als_cali_flag=%d", 92, 4, kInt32},
+    {"cct_cali_flag=%d", 480, 4, kInt32},
+    {"ps_cali_flag=%d", 96, 4, kInt32},
+    {"acm_flag=%d", 100, 4, kInt32},
+    {"dpdt_flag=%d", 104, 4, kInt32},
+    {"is_root=%d", 108, 4, kInt32},
+    {"is_tqsn_ok=%d", 112, 4, kInt32},
+    {"is_first_boot=%d", 116, 4, kInt32},
+    {"gyroscope_calibration_flag=%d", 120, 4, kInt32},
+    {"gyroscope_calibration_flag=%d", 1116, 4, kInt32},
+    {"gyr_ois_cali_dataX=%d", 1120, 4, kInt32},
+    {"gyr_ois_cali_dataY=%d", 1124, 4, kInt32},
+    {"gyr_ois_cali_dataZ=%d", 1128, 4, kInt32},
+    {"gyr_cali_dataX=%d", 124, 4, kInt32},
+    {"gyr_cali_dataY=%d", 128, 4, kInt32},
+    {"gyr_cali_dataZ=%d", 132, 4, kInt32},
+    {"cam_mode=%d", 136, 4, kInt32},
+    {"background_material=%s", 140, 100, kText},
+    {"pcba_ctrl=%c", 240, 1, kChar},
+    {"optr_flag=%s", 244, 16, kText},
+    {"lcm_color_type=%d", 260, 4, kInt32},
+    {"led1_rg=%.4f", 268, 4, kFloat32},
+    {"led1_bg=%.4f", 272, 4, kFloat32},
+    {"led2_rg=%.4f", 276, 4, kFloat32},
+    {"led2_bg=%.4f", 280, 4, kFloat32},
+    {"led_result_curr_luma=%d", 408, 4, kInt32},
+    {"led_result_exp_idx=%d", 404, 4, kInt32},
+    {"led_result=%d", 284, 4, kInt32},
+    {"led2_result=%d", 400, 4, kInt32},
+    {"als_cali_ver=%s", 288, 32, kText},
+    {"language_flag=%d", 320, 4, kInt32},
+    {"special_feature=%d", 324, 4, kInt32},
+    {"special_product=%d", 328, 4, kInt32},
+    {"op_entry=%s", 332, 16, kText},
+    {"net_lock=%s", 348, 20, kText},
+    {"product_model=%s", 368, 6, kText},
+    {"entry_version=%s", 374, 6, kText},
+    {"volte_value=%d", 388, 4, kInt32},
+    {"update_flag=%d", 392, 4, kInt32},
+    {"oem_name=%s", 436, 28, kText},
+    {"oem_version=%s", 540, 4, kText},
+    {"oem_file_name=%s", 544, 56, kText},
+    {"sim_num=%d", 1348, 4, kInt32},
+    {"fsg_version=%d", 512, 4, kInt32},
+    {"ccm_hall1_push_cali_data=%d", 600, 4, kInt32},
+    {"ccm_hall1_pop_cali_data=%d", 604, 4, kInt32},
+    {"ccm_hall2_push_cali_data=%d", 608, 4, kInt32},
+    {"ccm_hall2_pop_cali_data=%d", 612, 4, kInt32},
+    {"led_back_rg0=%.4f", 632, 4, kFloat32},
+    {"led_back_bg0=%.4f", 636, 4, kFloat32},
+    {"led_back_rg1=%.4f", 640, 4, kFloat32},
+    {"led_back_bg1=%.4f", 644, 4, kFloat32},
+    {"led_back_rg2=%.4f", 648, 4, kFloat32},
+    {"led_back_bg2=%.4f", 652, 4, kFloat32},
+    {"led_back_rg3=%.4f", 656, 4, kFloat32},
+    {"led_back_bg3=%.4f", 660, 4, kFloat32},
+    {"orbalog_flag=%d", 464, 4, kInt32},
+    {"light_sensor_leak_cali_factor_k1=%.2f", 668, 4, kFloat32},
+    {"light_sensor_leak_offset_value=%.2f", 672, 4, kFloat32},
+    {"light_sensor_leak_cali_flag=%d", 676, 4, kInt32},
+    {"boot_times=%d", 680, 4, kInt32},
+    {"transp_block_state=%d", 684, 4, kInt32},
+    {"factory_flag=%d", 688, 4, kInt32},
+    {"cali_flag_clock_TMF8801=%d", 980, 4, kInt32},
+    {"cali_flag_crosstalk_TMF8801=%d", 984, 4, kInt32},
+    {"widevine_device_id=%s", 696, 60, kTextFfUnset},
+    {"cct_cali_factor_c=%.4f", 756, 4, kFloat32},
+    {"cct_cali_factor_r=%.4f", 760, 4, kFloat32},
+    {"cct_cali_factor_g=%.4f", 764, 4, kFloat32},
+    {"cct_cali_factor_b=%.4f", 768, 4, kFloat32},
+    {"cct_cali_factor_w=%.4f", 772, 4, kFloat32},
+    {"cct_final_value=%.4f", 780, 4, kFloat32},
+    {"mscct_cali_factor_c=%.4f", 1416, 4, kFloat32},
+    {"mscct_cali_factor_r=%.4f", 1420, 4, kFloat32},
+    {"mscct_cali_factor_g=%.4f", 1424, 4, kFloat32},
+    {"mscct_cali_factor_b=%.4f", 1428, 4, kFloat32},
+    {"mscct_cali_factor_w=%.4f", 1432, 4, kFloat32},
+    {"mscct_final_value=%.4f", 1440, 4, kFloat32},
+    {"ultra_sound_nearfar=%s", 992, 16, kTextFfUnset},
+    {"ultra_sound_flag=%d", 1008, 4, kInt32},
+    {"uefi_orba_factory_flag=%x", 1012, 4, kUint32},
+    {"recovery_log_flag=%d", 1016, 4, kInt32},
+    {"linear_motor_offset=%s", 1052, 16, kTextFfUnset},
+    {"linear_motor_2_offset=%s", 1132, 16, kTextFfUnset},
+    {"subsidy_lock=%d", 1068, 4, kInt32},
+    {"tierlevel=%d", 1076, 4, kInt32},
+    {"bdwlan_index=%d", 1276, 4, kInt32},
+    {"bsptest_extend_flag=%x", 1080, 4, kUint32},
+    {"em_authorized=%c", 1280, 1, kChar},
+    {"bsptest_info=%s", 1148, 128, kTextFfUnset},
+    {"factory_test_flag=%d", 1352, 4, kInt32},
+    {"dyn_name=%s", 1356, 32, kText},
+    {"sp_device_mark=%s", 1444, 16, kText},
+    {"mtk_nv_checksum= 0x%x", 1460, 4, kUint32},
+    {"gsensor_ois_calibration_flag= %d", 1464, 4, kInt32},
+    {"gs_ois_cali_dataX= %d", 1468, 4, kInt32},
+    {"gs_ois_cali_dataY= %d", 1472, 4, kInt32},
+    {"gs_ois_cali_dataZ= %d", 1476, 4, kInt32},
+    {"silent_hall_flat_angle_cali_flag=%d", 1480, 4, kInt32},
+    {"up_hall_flat_angle_cali_value=%d", 1484, 4, kInt32},
+    {"low_hall_flat_angle_cali_value=%d", 1488, 4, kInt32},
+    {"silent_hall_zero_angle_cali_flag=%d", 1492, 4, kInt32},
+    {"up_hall_zero_angle_cali_value=%d", 1496, 4, kInt32},
+    {"low_hall_zero_angle_cali_value=%d", 1500, 4, kInt32},
+    {"als_cali_data_fold_c=%d", 1504, 4, kInt32},
+    {"als_cali_flag_fold_c=%d", 1508, 4, kInt32},
+    {"cct_data_lux1_fold_c=%d", 1512, 4, kInt32},
+    {"angle_cali_90_degrees=%.4f", 1516, 4, kFloat32},
+    {"angle_cali_90_degrees_flag=%d", 1520, 4, kInt32},
+    {"angle_cali_150_degrees=%.4f", 1524, 4, kFloat32},
+    {"angle_cali_150_degrees_flag=%d", 1528, 4, kInt32},
+    {"battery_limit=%d", 1532, 4, kInt32},
+    {"auth_type=%s", 1536, 16, kText},
+    {"light_sensor_leak_cali_factor_k1_fold_c=%.2f", 1552, 4, kFloat32},
+    {"light_sensor_leak_offset_value_fold_c=%.2f", 1556, 4, kFloat32},
+    {"light_sensor_leak_cali_flag_fold_c=%d", 1560, 4, kInt32},
+    {"mtk_efuse_flag=%c", 1588, 1, kChar},
+    {"up_hall_test_singal_value_flat_angle=%d", 1564, 4, kInt32},
+    {"low_hall_test_singal_value_flat_angle=%d", 1568, 4, kInt32},
+    {"up_hall_test_singal_value_zero_angle=%d", 1572, 4, kInt32},
+    {"low_hall_test_singal_value_zero_angle=%d", 1576, 4, kInt32},
+    {"lidswitch_hall_trigger_angle=%d", 1580, 4, kInt32},
+    {"lidswitch_hall_release_angle=%d", 1584, 4, kInt32},
+};
+
+inline constexpr size_t kXoleNvFieldCount = sizeof(kXoleNvFields) / sizeof(kXoleNvFields[0]);
+static_assert(kXoleNvFieldCount == 138, "one line per dumped field");
+
+}  // namespace orba::persist
+
+#endif
