@@ -7,7 +7,6 @@
 #include <stdio.h>
 #include <string.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,6 +17,7 @@
 #include <orbafactory/persist.h>
 #include <platform/devpath.h>
 #include <platform/log.h>
+#include <platform/spawn.h>
 
 #include "log_capture_files.h"
 
@@ -41,18 +41,13 @@ class LogReaderChild {
     if (!program.ok() || pipe2(fds, O_CLOEXEC) != 0) return;
     android::base::unique_fd read_end(fds[0]);
     android::base::unique_fd write_end(fds[1]);
-    const pid_t parent = getpid();
-    pid_t pid = fork();
+    orba::platform::ChildOptions options;
+    options.stdout_fd = write_end.get();
+    // The reader goes with the capture thread, so a daemon that exits mid-capture does not leave
+    // a logcat following the log forever.
+    options.end_with_parent = true;
+    pid_t pid = orba::platform::StartChild(program.c_str(), {"logcat"}, options);
     if (pid < 0) return;
-    if (pid == 0) {
-      // Only async-signal-safe calls between fork and exec: the parent has other threads.
-      // The reader goes with the capture thread, so a daemon that exits mid-capture does not
-      // leave a logcat following the log forever.
-      if (prctl(PR_SET_PDEATHSIG, SIGTERM) != 0 || getppid() != parent) _exit(127);
-      if (dup2(write_end.get(), STDOUT_FILENO) < 0) _exit(127);
-      execl(program.c_str(), "logcat", static_cast<char*>(nullptr));
-      _exit(127);
-    }
     pid_ = pid;
     fd_ = std::move(read_end);
   }
@@ -60,9 +55,7 @@ class LogReaderChild {
     if (pid_ <= 1) return;
     fd_.reset();
     kill(pid_, SIGTERM);
-    int status = 0;
-    while (waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
-    }
+    orba::platform::WaitChild(pid_);
   }
   LogReaderChild(const LogReaderChild&) = delete;
   LogReaderChild& operator=(const LogReaderChild&) = delete;

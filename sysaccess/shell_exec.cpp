@@ -12,6 +12,7 @@
 #include <orbafactory/sysaccess.h>
 #include <platform/devpath.h>
 #include <platform/log.h>
+#include <platform/spawn.h>
 
 extern "C" ORBA_EXPORT int ext_system(const char* cmd, char* out, int len) {
   // A zero length has no room for the terminator written below, so it is refused as well.
@@ -81,21 +82,13 @@ extern "C" ORBA_EXPORT int exec_shell_vendor(const char* cmd, char* out, int len
   }
   android::base::unique_fd read_end(fds[0]);
   android::base::unique_fd write_end(fds[1]);
-  // Resolved before fork: the child only execs.
   DevPath shell("/vendor/bin/sh");
-  const char* const argv[] = {"sh", "-c", cmd, nullptr};
-  pid_t pid = fork();
+  orba::platform::ChildOptions options;
+  options.stdout_fd = write_end.get();
+  pid_t pid = orba::platform::StartChild(shell, {"sh", "-c", cmd}, options);
   if (pid < 0) {
     ORBA_LOGE("fork fail.");
     return -1;
-  }
-  if (pid == 0) {
-    close(read_end.get());
-    if (write_end.get() != STDOUT_FILENO) {
-      dup2(write_end.get(), STDOUT_FILENO);  // dup2 clears O_CLOEXEC on the copy
-    }
-    execv(shell, const_cast<char* const*>(argv));
-    _exit(127);
   }
   write_end.reset();
 

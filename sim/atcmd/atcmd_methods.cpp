@@ -13,6 +13,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <android-base/file.h>
 #include <android-base/unique_fd.h>
 #include <android/log.h>
 #include <platform/devpath.h>
@@ -30,16 +31,6 @@ constexpr const char kTag[] = "orbaatcmd-hal";
 
 #define SVC_LOG(prio, ...) __android_log_print(prio, kTag, __VA_ARGS__)
 
-bool WriteAll(int fd, const char* data, size_t size) {
-  while (size > 0) {
-    ssize_t n = write(fd, data, size);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    data += n;
-    size -= static_cast<size_t>(n);
-  }
-  return true;
-}
 
 bool ReadWhole(const std::string& host_path, std::string* out, size_t limit) {
   unique_fd fd(open(host_path.c_str(), O_RDONLY | O_CLOEXEC));  // host path: confined
@@ -123,7 +114,7 @@ int32_t WriteSystemFile(std::string_view path, int32_t open_flags, std::string_v
   if (!ResolveConfined(path, &host)) return -errno;
   unique_fd fd(open(host.c_str(), open_flags | O_CLOEXEC, 0660));  // host path: confined
   if (fd.get() < 0) return -errno;
-  if (!WriteAll(fd.get(), data.data(), data.size())) return -errno;
+  if (!android::base::WriteFully(fd.get(), data.data(), data.size())) return -errno;
   fdatasync(fd.get());
   return 0;
 }
@@ -147,7 +138,7 @@ int32_t CopyFile(std::string_view src, std::string_view dst) {
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) ok = false;
     if (n <= 0) break;
-    if (!WriteAll(out.get(), buf, static_cast<size_t>(n))) {
+    if (!android::base::WriteFully(out.get(), buf, static_cast<size_t>(n))) {
       ok = false;
       break;
     }
@@ -222,7 +213,9 @@ int32_t KpWriteFile(std::string_view bytes, int32_t size) {
   std::string host(target.c_str());
   if (!target.ok() || !MakeParents(host)) return -1;
   unique_fd fd(open(target, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-  if (fd.get() < 0 || !WriteAll(fd.get(), bytes.data(), static_cast<size_t>(size))) return -1;
+  if (fd.get() < 0 || !android::base::WriteFully(fd.get(), bytes.data(), static_cast<size_t>(size))) {
+    return -1;
+  }
   return fdatasync(fd.get()) == 0 ? 0 : -1;
 }
 
@@ -245,7 +238,7 @@ std::string SendFingerprintMessage(const std::string& message) {
   timeval tv{3, 0};
   setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
   setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof(tv));
-  if (!WriteAll(fd.get(), message.data(), message.size())) return "error";
+  if (!android::base::WriteFully(fd.get(), message.data(), message.size())) return "error";
   shutdown(fd.get(), SHUT_WR);
   std::string reply;
   char buf[1024];

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <android-base/file.h>
 #include <android-base/unique_fd.h>
 
 #include <platform/devpath.h>
@@ -15,17 +16,6 @@ namespace {
 std::string Parent(const std::string& path) {
   size_t slash = path.rfind('/');
   return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
-}
-
-bool WriteAll(int fd, const char* data, size_t size) {
-  while (size > 0) {
-    ssize_t n = write(fd, data, size);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    data += n;
-    size -= static_cast<size_t>(n);
-  }
-  return true;
 }
 
 }  // namespace
@@ -44,7 +34,7 @@ bool WriteDeviceFile(const std::string& device_path, const std::string& content,
   if (!MakeDeviceDirs(Parent(device_path))) return false;
   DevPath path(device_path.c_str());
   android::base::unique_fd fd(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));
-  if (fd < 0 || !WriteAll(fd, content.data(), content.size())) return false;
+  if (fd < 0 || !android::base::WriteFully(fd, content.data(), content.size())) return false;
   return fchmod(fd, mode) == 0;
 }
 
@@ -56,7 +46,7 @@ bool WriteDeviceImage(const std::string& device_path, size_t size, unsigned char
   std::string block(64 * 1024, static_cast<char>(fill));
   for (size_t left = size; left > 0;) {
     size_t n = left < block.size() ? left : block.size();
-    if (!WriteAll(fd, block.data(), n)) return false;
+    if (!android::base::WriteFully(fd, block.data(), n)) return false;
     left -= n;
   }
   return fsync(fd) == 0;

@@ -5,8 +5,6 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -16,6 +14,8 @@
 #include <platform/devpath.h>
 #include <platform/hal_wire.h>
 #include <platform/host/device_init.h>
+#include <platform/host/local_socket.h>
+#include <platform/spawn.h>
 
 #include "device_files.h"
 
@@ -42,16 +42,7 @@ void SleepMs(int ms) {
 
 bool AcceptsConnections(const ServiceSpec& s) {
   std::string name = orba::hal::HalSocketName(s.hal_descriptor, "default");
-  DevSocketName socket_name(name.c_str());
-  sockaddr_un addr{};
-  addr.sun_family = AF_UNIX;
-  size_t len = strlen(socket_name);
-  if (len + 1 > sizeof(addr.sun_path)) return false;
-  memcpy(addr.sun_path + 1, socket_name.c_str(), len);  // abstract namespace: leading NUL
-  android::base::unique_fd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (fd < 0) return false;
-  socklen_t size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + len);
-  return connect(fd, reinterpret_cast<sockaddr*>(&addr), size) == 0;
+  return orba::platform::ConnectDeviceSocket(name.c_str()).get() >= 0;
 }
 
 void SetServiceState(const ServiceSpec& s, const char* state) {
@@ -92,28 +83,24 @@ bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_r
     *error = std::string(service.name) + ": " + program + " is not built";
     return false;
   }
+  // The service outlives this command: its own session, no terminal, its log to the device log.
   DevPath log("/data/sim/logcat");
-  std::string path_env = ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" +
-                         (getenv("PATH") != nullptr ? getenv("PATH") : "/usr/bin:/bin");
-
-  pid_t pid = fork();
+  android::base::unique_fd log_fd(open(log, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644));
+  const char* host_path = getenv("PATH");
+  orba::platform::ChildOptions options;
+  options.stdin_fd = orba::platform::kNullDevice;
+  options.stdout_fd = orba::platform::kNullDevice;
+  options.stderr_fd = log_fd.get() >= 0 ? log_fd.get() : orba::platform::kNullDevice;
+  options.cwd = ctx.root.c_str();  // the device's "/"
+  options.new_session = true;
+  options.env = orba::platform::EnvironmentWith(
+      {"ORBA_DEVICE_ROOT=" + ctx.root,
+       "PATH=" + ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" +
+           (host_path != nullptr ? host_path : "/usr/bin:/bin")});
+  pid_t pid = orba::platform::StartChild(program.c_str(), {service.program}, options);
   if (pid < 0) {
-    *error = std::string("fork: ") + strerror(errno);
+    *error = std::string("cannot start ") + service.name + ": " + strerror(errno);
     return false;
-  }
-  if (pid == 0) {
-    // The service outlives this command: its own session, no terminal, its log to the device log.
-    setsid();
-    int null_fd = open("/dev/null", O_RDWR);  // host path: the host's null device
-    int log_fd = open(log, O_WRONLY | O_APPEND | O_CREAT, 0644);
-    dup2(null_fd, 0);
-    dup2(null_fd, 1);
-    dup2(log_fd >= 0 ? log_fd : null_fd, 2);
-    setenv("ORBA_DEVICE_ROOT", ctx.root.c_str(), 1);
-    setenv("PATH", path_env.c_str(), 1);
-    if (chdir(ctx.root.c_str()) != 0) _exit(126);  // host path: the device's "/"
-    execl(program.c_str(), service.program, static_cast<char*>(nullptr));
-    _exit(127);
   }
   if (!WriteDeviceFile(PidFile(service), std::to_string(pid) + "\n")) {
     *error = std::string("cannot record the pid of ") + service.name;

@@ -1,27 +1,22 @@
 #include "support/subprocess.h"
 
+#include <errno.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <stdio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <string>
 
+#include <android-base/unique_fd.h>
+#include <platform/spawn.h>
+
 #ifndef ORBA_BIN_DIR
 #error "ORBA_BIN_DIR must name the build's bin directory"
 #endif
 
 namespace orba::test {
-namespace {
-
-std::string Slurp(int fd) {
-  std::string out;
-  char buf[4096];
-  for (ssize_t n; (n = read(fd, buf, sizeof(buf))) > 0;) out.append(buf, static_cast<size_t>(n));
-  return out;
-}
-
-}  // namespace
 
 pid_t StartChild(const std::function<int()>& body) {
   fflush(nullptr);
@@ -41,29 +36,36 @@ ProgramResult RunProgram(const std::vector<std::string>& argv) {
   int out[2];
   int err[2];
   if (pipe2(out, O_CLOEXEC) != 0) return result;
-  if (pipe2(err, O_CLOEXEC) != 0) {
-    close(out[0]);
-    close(out[1]);
-    return result;
+  android::base::unique_fd out_read(out[0]), out_write(out[1]);
+  if (pipe2(err, O_CLOEXEC) != 0) return result;
+  android::base::unique_fd err_read(err[0]), err_write(err[1]);
+  platform::ChildOptions options;
+  options.stdout_fd = out_write.get();
+  options.stderr_fd = err_write.get();
+  pid_t pid = platform::StartChild(argv[0].c_str(), argv, options);
+  if (pid < 0) return result;
+  out_write.reset();
+  err_write.reset();
+  // Both pipes at once: a program that fills one while we wait on the other would never end.
+  pollfd fds[2] = {{out_read.get(), POLLIN, 0}, {err_read.get(), POLLIN, 0}};
+  std::string* sinks[2] = {&result.out, &result.err};
+  for (int open_pipes = 2; open_pipes > 0;) {
+    if (poll(fds, 2, -1) < 0) {
+      if (errno == EINTR) continue;
+      break;
+    }
+    for (int i = 0; i < 2; ++i) {
+      if (fds[i].fd < 0 || fds[i].revents == 0) continue;
+      char buf[4096];
+      ssize_t n = read(fds[i].fd, buf, sizeof(buf));
+      if (n > 0) {
+        sinks[i]->append(buf, static_cast<size_t>(n));
+      } else if (n == 0 || errno != EINTR) {
+        fds[i].fd = -1;
+        --open_pipes;
+      }
+    }
   }
-  fflush(nullptr);
-  pid_t pid = fork();
-  if (pid == 0) {
-    dup2(out[1], 1);
-    dup2(err[1], 2);
-    std::vector<char*> args;
-    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-    args.push_back(nullptr);
-    execv(args[0], args.data());
-    _exit(127);
-  }
-  close(out[1]);
-  close(err[1]);
-  // Small outputs only: read stdout fully, then stderr.
-  result.out = Slurp(out[0]);
-  result.err = Slurp(err[0]);
-  close(out[0]);
-  close(err[0]);
   result.status = WaitChild(pid);
   return result;
 }
