@@ -219,8 +219,9 @@ extern "C" ORBA_EXPORT int rotate_to_max_angles(char* msg) {
   // One fifth of the nominal speed: slower than that, the module is resting on its stop.
   double threshold = period > 0 ? 1.8e7 / period / 32 / 66 * 0.2 : 0;
   SleepMs(200);
-  double series[kMaxSeries];
-  for (double& s : series) s = 9999.0;
+  // The first place starts at 9999 and the rest at 0, so the series cannot look settled before
+  // it holds real angles.
+  double series[kMaxSeries] = {9999.0};
   long long pass_ms = 2;
   long long elapsed = 0;
   for (;;) {
