@@ -128,6 +128,43 @@ ORBA_EXPORT int camera_rotate_fluency_test(char* msg);
 ORBA_EXPORT void* thread_magnetic_saturation_self_check(int* state);
 ORBA_EXPORT int wait_for_eng_camera_off(void);
 
+/* ---- Camera identity and AT-command translation --------------------------------------------- */
+
+typedef struct {
+  char at_name[32];
+  char camera_name[32];
+  char display_name[32];
+} CameraTypeRow;
+
+typedef struct {
+  char atcmd[32];
+  char function[256];
+  char item[49]; /* "N" when the command has no calibration item */
+} CameraAtcmdRow;
+
+ORBA_EXPORT int is_support_target_camera(int front, const char* type);
+ORBA_EXPORT int combine_camera_sn_path(const char* flag, const char* cam_type, char* path,
+                                       int size);
+ORBA_EXPORT void get_camera_info_code(const char* flag, const char* cam_type, char* out,
+                                      int size);
+ORBA_EXPORT int get_target_camera_otp_status(char* dst, int dst_size, const char* key);
+ORBA_EXPORT int parse_double_camere_test_files(const char* ret_file, const char* result_file,
+                                               char* ret, char* avg_err, char* max_err,
+                                               char* err_range, char* result);
+ORBA_EXPORT int get_dual_virtual_info(char* message, char* path_ret, char* path_result, int size,
+                                      const char* function, int front, const char* cam_type1,
+                                      const char* cam_type2, bool wait_for_result);
+ORBA_EXPORT int get_dual_fusion_info(char* message, char* path_ret, char* path_result, int size,
+                                     const char* function, int front, const char* cam_type1,
+                                     const char* cam_type2);
+ORBA_EXPORT int transform_atcmd_cam_position(const char* pos, char* out, int size);
+ORBA_EXPORT int transform_atcmd_cam_type(const char* type, char* out, int size);
+/* `item` receives the command's calibration item (49 bytes). */
+ORBA_EXPORT int transform_at_cmd_to_camera_info(const char* atcmd, char* message, int size,
+                                                char* item);
+/* 7 for a "success#..." answer turned into "+key:\"value\"\r\n" lines, 8 otherwise. */
+ORBA_EXPORT int transform_camera_ret_to_at_resp(const char* ret, char* resp, int size);
+
 ORBA_END_DECLS
 
 #endif
