@@ -100,7 +100,8 @@ std::string Root() {
 // likely meant a host file.
 bool OnHost(const std::string& path, PathUse use) {
   struct stat st;
-  const std::string& dir = use == PathUse::kWrite ? Parent(path) : path;
+  bool file = use == PathUse::kWrite || use == PathUse::kCreate;
+  const std::string dir = file ? Parent(path) : path;
   if (stat(dir.c_str(), &st) != 0) return false;  // host path
   return use == PathUse::kRead ? !S_ISDIR(st.st_mode) : S_ISDIR(st.st_mode);
 }
@@ -124,10 +125,17 @@ std::string HostFileHint(const PathCheck& c, const std::string& root) {
               "/data/local/tmp/" + name + "\n";
       break;
     case PathUse::kWrite:
+    case PathUse::kCreate:
       text += "  To write on the host, ";
       if (!relative.empty()) text += "give a relative path (" + relative + ") or ";
       text += "write under the root (/data/local/tmp/" + name + ") and copy " + root +
               "/data/local/tmp/" + name + " out\n";
+      break;
+    case PathUse::kList:
+      text += "  To use the host directory, ";
+      if (!relative.empty()) text += "give it as a relative path (" + relative + ") or ";
+      text += "copy it into the root: cp -r " + c.path + " " + root + "/data/local/tmp/ and give " +
+              "/data/local/tmp/" + name + "\n";
       break;
     case PathUse::kDirectory:
       text += "  Give a directory in the device, such as /data/local/tmp/" + name +
@@ -211,14 +219,20 @@ PathFault CheckDevicePath(const std::string& device_path, PathUse use) {
       if (S_ISDIR(st.st_mode)) return {EISDIR, device_path};
       if (access(resolved, R_OK) != 0) return {errno, device_path};
       return {};
+    case PathUse::kList:
+      if (stat(resolved, &st) != 0) return {errno, device_path};
+      if (!S_ISDIR(st.st_mode)) return {ENOTDIR, device_path};
+      if (access(resolved, R_OK | X_OK) != 0) return {errno, device_path};
+      return {};
     case PathUse::kWrite:
+    case PathUse::kCreate:
       if (stat(resolved, &st) == 0) {
         if (S_ISDIR(st.st_mode)) return {EISDIR, device_path};
         if (access(resolved, W_OK) != 0) return {errno, device_path};
         return {};
       }
       if (errno != ENOENT) return {errno, device_path};
-      return CheckDirectory(Parent(device_path), false);
+      return CheckDirectory(Parent(device_path), use == PathUse::kCreate);
     case PathUse::kDirectory:
       return CheckDirectory(device_path, true);
   }

@@ -6,6 +6,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 
 #include <platform/devpath.h>
@@ -43,13 +44,32 @@ std::string Duration(double seconds) {
   return buf;
 }
 
-// "120.0 MiB of 300.0 MiB, 45.2 MiB/s, 0:03 left"
+// "120.0/300.0 MiB": both in the total's unit, so the two read against each other.
+std::string Fraction(unsigned long long done, unsigned long long total) {
+  if (total < 1024) return std::to_string(done) + "/" + std::to_string(total) + " B";
+  std::string whole = FormatBytes(total);
+  size_t space = whole.find(' ');
+  double scale = static_cast<double>(total) / std::stod(whole.substr(0, space));
+  char buf[32];
+  snprintf(buf, sizeof(buf), "%.1f/", static_cast<double>(done) / scale);
+  return buf + whole;
+}
+
+// "45.2 MiB/s", "175 MiB/s": three figures are plenty for a rate that moves.
+std::string FormatRate(double bytes_per_second) {
+  std::string text = FormatBytes(static_cast<unsigned long long>(bytes_per_second));
+  size_t dot = text.find('.');
+  if (dot != std::string::npos && dot >= 3) text.erase(dot, 2);
+  return text + "/s";
+}
+
+// "120.0/300.0 MiB 45.2 MiB/s 0:03 left"
 std::string Amounts(unsigned long long done, unsigned long long size, double seconds) {
-  std::string text = FormatBytes(done) + " of " + FormatBytes(size);
+  std::string text = Fraction(done, size);
   // Too early for a rate that means anything.
-  if (seconds < 0.05 || done == 0) return text + ", -/s, -:-- left";
+  if (seconds < 0.05 || done == 0) return text + " -/s -:-- left";
   double rate = static_cast<double>(done) / seconds;
-  text += ", " + FormatBytes(static_cast<unsigned long long>(rate)) + "/s, ";
+  text += " " + FormatRate(rate) + " ";
   double left = done >= size ? 0 : static_cast<double>(size - done) / rate;
   return text + Duration(left) + " left";
 }
@@ -77,11 +97,26 @@ std::string FormatBytes(unsigned long long bytes) {
 }
 
 std::string FormatTransfer(const char* verb, const TransferState& s, size_t width) {
-  std::string head = std::string(verb) + " ";
-  if (s.members > 1) head += std::to_string(s.member + 1) + "/" + std::to_string(s.members) + " ";
-  std::string tail = ": " + Amounts(s.member_done, s.member_size, s.member_seconds);
-  if (s.members > 1) tail += " | all: " + Amounts(s.done, s.total, s.seconds);
-  // The name gives way first, keeping its end (the file name); the amounts matter more.
+  const std::string count =
+      s.members > 1 ? std::to_string(s.member + 1) + "/" + std::to_string(s.members) + " " : "";
+  const std::string member = " " + Amounts(s.member_done, s.member_size, s.member_seconds);
+  const std::string all = s.members > 1 ? " | all " + Amounts(s.done, s.total, s.seconds) : "";
+  // On a narrow terminal the verb goes first, then the member's own rate (the whole run's is
+  // what the wait depends on), then the name shrinks to its end, the file name.
+  const std::string layouts[][2] = {
+      {std::string(verb) + " " + count, member + all},
+      {count, member + all},
+      {count, " " + Fraction(s.member_done, s.member_size) + all},
+  };
+  const size_t kShortestName = 12;
+  const size_t name_floor = std::min(s.name.size(), kShortestName);
+  size_t pick = 0;
+  while (pick + 1 < sizeof(layouts) / sizeof(layouts[0]) &&
+         layouts[pick][0].size() + name_floor + layouts[pick][1].size() >= width) {
+    ++pick;
+  }
+  const std::string& head = layouts[pick][0];
+  const std::string& tail = layouts[pick][1];
   std::string name = s.name;
   size_t fixed = head.size() + tail.size();
   size_t room = width > fixed + 1 ? width - fixed - 1 : 0;
