@@ -52,7 +52,8 @@ unsigned long long Bytes(const std::vector<orba::cli::TransferItem>& items) {
 }
 
 // Runs one copy step with its progress shown.
-int WithProgress(const std::vector<orba::cli::TransferItem>& items, const std::function<int()>& copy) {
+int WithProgress(const std::vector<orba::cli::TransferItem>& items,
+                 const std::function<int()>& copy) {
   orba::cli::TransferProgress progress("copying", items);
   return copy();
 }

@@ -71,7 +71,9 @@ int List(const Args& args) {
   return orba::cli::kOk;
 }
 
-bool IsDirectory(const ZipEntry& e) { return e.name_length > 0 && e.name[e.name_length - 1] == '/'; }
+bool IsDirectory(const ZipEntry& e) {
+  return e.name_length > 0 && e.name[e.name_length - 1] == '/';
+}
 
 // Members are extracted in the archive's order, and each file's callback comes once it is
 // written; directories have callbacks too but no bytes.

@@ -65,6 +65,10 @@ struct PathCheck {
 int FailPaths(const std::vector<PathCheck>& paths, const char* fmt, ...)
     __attribute__((format(printf, 2, 3)));
 
+// As FailPaths, for a step that said itself which errno it met on the path.
+int FailErrno(int err, const PathCheck& path, const char* fmt, ...)
+    __attribute__((format(printf, 3, 4)));
+
 }  // namespace orba::cli
 
 #endif

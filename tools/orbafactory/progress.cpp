@@ -1,5 +1,6 @@
 #include "progress.h"
 
+#include <platform/devpath.h>
 #include <stdio.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -8,8 +9,6 @@
 
 #include <algorithm>
 #include <chrono>
-
-#include <platform/devpath.h>
 
 namespace orba::cli {
 namespace {
@@ -44,15 +43,27 @@ std::string Duration(double seconds) {
   return buf;
 }
 
+const char* const kUnits[] = {"B", "KiB", "MiB", "GiB", "TiB"};
+constexpr size_t kUnitCount = sizeof(kUnits) / sizeof(kUnits[0]);
+
+// The unit a byte count reads best in, as an index into kUnits.
+size_t UnitOf(unsigned long long bytes) {
+  size_t unit = 0;
+  while (unit + 1 < kUnitCount && bytes >= (1ull << (10 * (unit + 1)))) ++unit;
+  return unit;
+}
+
+double InUnit(unsigned long long bytes, size_t unit) {
+  return static_cast<double>(bytes) / static_cast<double>(1ull << (10 * unit));
+}
+
 // "120.0/300.0 MiB": both in the total's unit, so the two read against each other.
 std::string Fraction(unsigned long long done, unsigned long long total) {
-  if (total < 1024) return std::to_string(done) + "/" + std::to_string(total) + " B";
-  std::string whole = FormatBytes(total);
-  size_t space = whole.find(' ');
-  double scale = static_cast<double>(total) / std::stod(whole.substr(0, space));
-  char buf[32];
-  snprintf(buf, sizeof(buf), "%.1f/", static_cast<double>(done) / scale);
-  return buf + whole;
+  size_t unit = UnitOf(total);
+  if (unit == 0) return std::to_string(done) + "/" + std::to_string(total) + " B";
+  char buf[64];
+  snprintf(buf, sizeof(buf), "%.1f/%.1f %s", InUnit(done, unit), InUnit(total, unit), kUnits[unit]);
+  return buf;
 }
 
 // "45.2 MiB/s", "175 MiB/s": three figures are plenty for a rate that moves.
@@ -66,9 +77,10 @@ std::string FormatRate(double bytes_per_second) {
 // "120.0/300.0 MiB 45.2 MiB/s 0:03 left"
 std::string Amounts(unsigned long long done, unsigned long long size, double seconds) {
   std::string text = Fraction(done, size);
-  // Too early for a rate that means anything.
-  if (seconds < 0.05 || done == 0) return text + " -/s -:-- left";
-  double rate = static_cast<double>(done) / seconds;
+  // Too early for a rate that means anything, unless it is all there already.
+  const bool finished = done >= size && done > 0;
+  if (done == 0 || (seconds < 0.05 && !finished)) return text + " -/s -:-- left";
+  double rate = static_cast<double>(done) / (seconds > 0.001 ? seconds : 0.001);
   text += " " + FormatRate(rate) + " ";
   double left = done >= size ? 0 : static_cast<double>(size - done) / rate;
   return text + Duration(left) + " left";
@@ -83,16 +95,10 @@ size_t TerminalWidth() {
 }  // namespace
 
 std::string FormatBytes(unsigned long long bytes) {
-  static const char* const kUnits[] = {"KiB", "MiB", "GiB", "TiB"};
-  if (bytes < 1024) return std::to_string(bytes) + " B";
-  double value = static_cast<double>(bytes) / 1024;
-  size_t unit = 0;
-  while (value >= 1024 && unit + 1 < sizeof(kUnits) / sizeof(kUnits[0])) {
-    value /= 1024;
-    ++unit;
-  }
+  size_t unit = UnitOf(bytes);
+  if (unit == 0) return std::to_string(bytes) + " B";
   char buf[32];
-  snprintf(buf, sizeof(buf), "%.1f %s", value, kUnits[unit]);
+  snprintf(buf, sizeof(buf), "%.1f %s", InUnit(bytes, unit), kUnits[unit]);
   return buf;
 }
 

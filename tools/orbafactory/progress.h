@@ -3,7 +3,9 @@
 
 // Progress of a long transfer (ZIP extraction, copies) in bytes, on a terminal:
 //
-//   extracting 2/3 sub/b.bin 120.0/300.0 MiB 45.2 MiB/s 0:03 left | all 130.0/310.0 MiB 45.0 MiB/s 0:04 left
+//   extracting 2/3 sub/b.bin 120.0/300.0 MiB 45.2 MiB/s 0:03 left | all 130.0/310.0 MiB ...
+//
+// (the whole run's part goes on with its own rate and time left).
 //
 // The library's copy and extraction calls report nothing while they run, so a watcher thread
 // looks at how many bytes have reached each destination. When stdout is not a terminal nothing
