@@ -19,6 +19,8 @@
 #include "engineer_app.h"
 #include "minzip/zip_builder.h"
 #include "node_io.h"
+#include <platform/host/device_init.h>
+
 #include "support/device_root.h"
 
 namespace orba::test {
@@ -78,6 +80,10 @@ TEST_F(PlantedLinkTest, ServiceWritesStayOnTheDevice) {
   const std::string v = victim_;
   const std::string o = outside_;
   const std::vector<Case> cases = {
+      // First, while this device has no property area yet: every service maps it shared.
+      {"property area", {{"/dev/__properties__", v}},
+       [] { EXPECT_NE(orba_init_property_area(), 0); }},
+      {"property area's directory", {{"/dev", o}}, [] { EXPECT_NE(orba_init_property_area(), 0); }},
       {"write through a file link", {{"/data/w1", v}},
        [] { sim::WriteSystemFile("/data/w1", O_WRONLY | O_CREAT | O_TRUNC, "owned"); }},
       {"write through a directory link", {{"/data/wdir", o}},
