@@ -21,6 +21,7 @@
 #include "device_tools.h"
 #include "process_table.h"
 #include "profile.h"
+#include "vendor_libraries.h"
 #include "services.h"
 
 namespace {
@@ -143,7 +144,8 @@ int Status(const SimContext& ctx) {
 int Env(const SimContext& ctx) {
   const char* path = getenv("PATH");
   const char* ld = getenv("LD_LIBRARY_PATH");
-  std::string lib_path = ctx.lib_dir + (ld != nullptr && *ld != '\0' ? ":" + std::string(ld) : "");
+  std::string lib_path = ctx.root + kVendorLibDir + ":" + ctx.lib_dir +
+                         (ld != nullptr && *ld != '\0' ? ":" + std::string(ld) : "");
   printf("export ORBA_DEVICE_ROOT=%s\n", ShellQuote(ctx.root).c_str());
   printf("export PATH=%s\n",
          ShellQuote(ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" + ctx.bin_dir + ":" +

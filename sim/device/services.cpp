@@ -114,6 +114,7 @@ bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_r
   MakeDeviceDirs("/data/sim");
   unique_fd log = OpenInDevice("/data/sim/logcat", O_WRONLY | O_APPEND | O_CREAT, 0644);
   if (service.ready_file != nullptr) {
+    // A ready file left by an earlier run would make the new one look ready at once.
     unique_fd dir;
     std::string leaf;
     if (OpenParentInDevice(service.ready_file, &dir, &leaf)) unlinkat(dir.get(), leaf.c_str(), 0);
