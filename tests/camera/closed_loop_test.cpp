@@ -36,13 +36,13 @@ TEST_F(CameraDeviceTest, HealthyPopModuleBlocksAfterItsTravel) {
   int t = EngineerPop("pop_all 1500 30 1");
   // 800 ms of travel, then four steady readings 30 ms apart.
   EXPECT_GE(t, 800);
-  EXPECT_LE(t, 1100);
+  EXPECT_LE(t, 1300);  // room for a loaded machine
   EXPECT_DOUBLE_EQ(Truth(kPopTruth), 1.0);
   EXPECT_EQ(ReadDeviceFile("/sys/class/timed_output/motor/enable"), "0");
 
   int back = EngineerPop("retract_all 67036 30 1");  // 1500 ms inwards
   EXPECT_GE(back, 800);
-  EXPECT_LE(back, 1100);
+  EXPECT_LE(back, 1300);
   EXPECT_DOUBLE_EQ(Truth(kPopTruth), 0.0);
 }
 
@@ -50,14 +50,14 @@ TEST_F(CameraDeviceTest, RotaryModulePopsOnItsSingleDataHalls) {
   StartDevice("rotary", {{"sim.motor.travel_ms", "600"}});
   int t = EngineerPop("pop_all 1500 30 2000");
   EXPECT_GE(t, 600);
-  EXPECT_LE(t, 900);
+  EXPECT_LE(t, 1100);
   EXPECT_DOUBLE_EQ(Truth(kPopTruth), 1.0);
 }
 
 TEST_F(CameraDeviceTest, StuckModuleSettlesAtOnce) {
   StartDevice("rotary", {{"sim.motor.stuck", "1"}});
   int t = EngineerPop("pop_all 1500 30 2000");
-  EXPECT_LT(t, 400);  // far short of the 800 ms travel: the halls never moved
+  EXPECT_LT(t, 600);  // short of the 800 ms travel: the halls never moved
   EXPECT_DOUBLE_EQ(Truth(kPopTruth), 0.0);
 }
 
