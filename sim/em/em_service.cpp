@@ -12,6 +12,7 @@
 
 #include "call_log.h"
 #include "device_fs.h"
+#include "camera_app.h"
 #include "engineer_app.h"
 #include "reply_table.h"
 
@@ -47,7 +48,12 @@ LineServer::Handler TableResponder(const char* record_as, const char* table,
 
 EmService::EmService()
     : camera_(kCameraSocket, LineServer::Framing::kLine,
-              TableResponder("camera", kCameraReplies, "sim.camera.default_reply")),
+              [](const std::string& request) {
+                std::optional<std::string> reply = LookUpReply(kCameraReplies, request);
+                std::string answer = reply ? *reply : CameraAppAnswer(request);
+                RecordCall({"camera", request, answer});
+                return answer;
+              }),
       fingerprint_(kFingerprintEngineerSocket, LineServer::Framing::kLine,
                    TableResponder("fingerprint", kFingerprintReplies,
                                   "sim.fingerprint.default_reply")),
