@@ -54,6 +54,11 @@ bool AcceptsConnections(const ServiceSpec& s) {
   return connect(fd, reinterpret_cast<sockaddr*>(&addr), size) == 0;
 }
 
+bool IsReady(const ServiceSpec& s) {
+  if (s.ready_file != nullptr) return access(DevPath(s.ready_file), F_OK) == 0;
+  return AcceptsConnections(s);
+}
+
 void SetServiceState(const ServiceSpec& s, const char* state) {
   std::string prop = std::string("init.svc.") + s.name;
   orba_init_property_set(prop.c_str(), state);
@@ -64,8 +69,10 @@ void SetServiceState(const ServiceSpec& s, const char* state) {
 const std::vector<ServiceSpec>& DeviceServices() {
   static const std::vector<ServiceSpec> services = {
       {"orbaatcmd-hal-1-0", "orbaatcmd-hal-1-0",
-       "vendor.factory.hardware.orbaatcmd@1.0::IOrbaAtcmd"},
-      {"orbaem-hal-1-0", "orbaem-hal-1-0", "vendor.factory.hardware.orbaem@1.0::IOrbaEm"},
+       "vendor.factory.hardware.orbaatcmd@1.0::IOrbaAtcmd", nullptr},
+      {"orbaem-hal-1-0", "orbaem-hal-1-0", "vendor.factory.hardware.orbaem@1.0::IOrbaEm",
+       nullptr},
+      {"orba-hw-models", "orba-hw-models", nullptr, "/data/sim/run/orba-hw-models.ready"},
   };
   return services;
 }
@@ -93,6 +100,7 @@ bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_r
     return false;
   }
   DevPath log("/data/sim/logcat");
+  if (service.ready_file != nullptr) unlink(DevPath(service.ready_file));
   std::string path_env = ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" +
                          (getenv("PATH") != nullptr ? getenv("PATH") : "/usr/bin:/bin");
 
@@ -120,9 +128,11 @@ bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_r
     return false;
   }
   SetServiceState(service, "running");
-  if (!wait_ready || service.hal_descriptor == nullptr) return true;
+  if (!wait_ready || (service.hal_descriptor == nullptr && service.ready_file == nullptr)) {
+    return true;
+  }
   for (int waited = 0; waited < 5000; waited += 10) {
-    if (AcceptsConnections(service)) return true;
+    if (IsReady(service)) return true;
     int status = 0;
     if (waitpid(pid, &status, WNOHANG) == pid) {
       SetServiceState(service, "stopped");

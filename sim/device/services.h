@@ -11,11 +11,13 @@
 namespace orba::sim {
 
 // A service of the simulated device: a real process, started from a program built beside the
-// sim. A HAL service counts as ready once its socket accepts connections.
+// sim. A HAL service counts as ready once its socket accepts connections, any other service once
+// it has written its ready file.
 struct ServiceSpec {
   const char* name;            // init's service name, as `start NAME` takes it
   const char* program;         // the program in the sim's bin directory
   const char* hal_descriptor;  // the HAL interface it serves, or null
+  const char* ready_file;      // device path the service writes when it is ready, or null
 };
 
 const std::vector<ServiceSpec>& DeviceServices();

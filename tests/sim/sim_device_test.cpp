@@ -61,7 +61,7 @@ TEST_F(SimDeviceTest, InitLaysOutTheDevice) {
     EXPECT_TRUE(S_ISDIR(st.st_mode)) << d;
   }
   EXPECT_NE(ReadDeviceFile("/etc/em_features.xml")
-                .find("<feature name=\"camera_motor_type\">pop</feature>"),
+                .find("<feature name=\"camera_motor_type\">fully_auto_pop</feature>"),
             std::string::npos);
   EXPECT_NE(ReadDeviceFile("/proc/cmdline").find("support_minidp=0"), std::string::npos);
   EXPECT_EQ(ReadDeviceFile("/vendor/etc/ntc.ini").rfind("[type_i]\nboard_ntc = ", 0), 0u);
