@@ -26,6 +26,8 @@ persist.sys.aftersale.qztem = 0
 persist.sys.fptype = udfp
 persist.radio.multisim.config = dsds
 sys.boot_completed = 1
+# a live laser sensor: its vendor library delivers these measurement words, the last repeated
+sim.laser.words = 0x002A0150,0x002A0152,0x0029014E
 # secure-storage tool answer (1 provisioned)
 sim.rpmb.result = 1
 # the pop-up camera's hardware models run
@@ -38,6 +40,7 @@ sim.em.global.screen_brightness = 128
 camera_motor_type = fully_auto_pop
 camera_type = front[front_camera_main];back[rear_camera_main,rear_camera_wide,rear_camera_macro]
 laser_sensor = TMF8801
+laser_TMF8801_support = true
 fingerprint = udfp
 rotary_motor_parameters = deg0[10,20];deg180[170,190]
 ntc_temperature = I[board_ntc,pa_ntc,quiet_ntc];II[chg_ntc]
