@@ -26,14 +26,14 @@ bool SettledWithin(const int* samples, int n, int tolerance, int* average) {
 
 namespace {
 
-int BlockPrecision(const int* samples, int n, int tolerance) {
+int BlockPrecision(const char* func, const int* samples, int n, int tolerance) {
   int average = 0;
   if (n >= 1 && !orba::camera::SettledWithin(samples, n, tolerance, &average)) return 0;
-  ORBA_LOGI("motor is block success, state average: %d", average);
+  ORBA_LOG_AS(ANDROID_LOG_INFO, func, "motor is block success, state average: %d", average);
   return 1;
 }
 
-int BlockDouble(const double* samples, int n, double tolerance) {
+int BlockDouble(const char* func, const double* samples, int n, double tolerance) {
   double average = 0;
   if (n >= 1) {
     double sum = 0;
@@ -43,27 +43,27 @@ int BlockDouble(const double* samples, int n, double tolerance) {
       if (fabs(samples[i] - average) > tolerance) return 0;
     }
   }
-  ORBA_LOGI("hall is stable success, hall average: %f", average);
+  ORBA_LOG_AS(ANDROID_LOG_INFO, func, "hall is stable success, hall average: %f", average);
   return 1;
 }
 
 }  // namespace
 
 extern "C" ORBA_EXPORT int is_motor_block(const int* samples, int n) {
-  return BlockPrecision(samples, n, 2);
+  return BlockPrecision(__func__, samples, n, 2);
 }
 
 extern "C" ORBA_EXPORT int is_motor_block_precision(const int* samples, int n, int tolerance) {
-  return BlockPrecision(samples, n, tolerance);
+  return BlockPrecision(__func__, samples, n, tolerance);
 }
 
 extern "C" ORBA_EXPORT int is_motor_block_double(const double* samples, int n) {
-  return BlockDouble(samples, n, 1.0);
+  return BlockDouble(__func__, samples, n, 1.0);
 }
 
 extern "C" ORBA_EXPORT int is_motor_block_double_precision(const double* samples, int n,
                                                            double tolerance) {
-  return BlockDouble(samples, n, tolerance);
+  return BlockDouble(__func__, samples, n, tolerance);
 }
 
 extern "C" ORBA_EXPORT int is_speed_stable(const double* positions, int array_num, int avr_num,

@@ -27,8 +27,10 @@ bool Blocked(const HallHistory& h) {
   return true;
 }
 
-void StopPopMotorLogged() {
-  if (WriteNode(kPopMotor, "0") != 0) ORBA_LOGE("stop motor error:%s", strerror(errno));
+void StopPopMotorLogged(const char* func) {
+  if (WriteNode(kPopMotor, "0") != 0) {
+    ORBA_LOG_AS(ANDROID_LOG_ERROR, func, "stop motor error:%s", strerror(errno));
+  }
 }
 
 int ReadHall(const char* path, int size) {
@@ -63,7 +65,7 @@ extern "C" ORBA_EXPORT int get_motor_blocked_time(int interval_ms, int enable) {
   long long end = NowMs();
   ORBA_LOGD("end_time: %ld\n", static_cast<long>(end));
   int total = static_cast<int>(end - start + 500);
-  StopPopMotorLogged();
+  StopPopMotorLogged(__func__);
   ORBA_LOGD("total take time: %d", total);
   return total;
 }
@@ -105,7 +107,7 @@ extern "C" ORBA_EXPORT int get_appointted_pop_halls_blocked_time(const char** pa
     }
   }
   delete[] halls;
-  StopPopMotorLogged();
+  StopPopMotorLogged(__func__);
   ORBA_LOGD("sum_time = %d", static_cast<int>(elapsed));
   return static_cast<int>(elapsed);
 }

@@ -27,12 +27,12 @@ int PopByEngineer(char* msg) {
   char* timeout = strtok_r(nullptr, " ", &save);
   if (command == nullptr || value == nullptr || interval == nullptr || timeout == nullptr ||
       (strcmp(command, "pop_all") != 0 && strcmp(command, "retract_all") != 0)) {
-    ORBA_LOGE("para error!!");
+    ORBA_LOG_AS(ANDROID_LOG_ERROR, "pop_up_camera_by_engineer_interface", "para error!!");
     return -1;
   }
   int ret = WriteNode(kPopMotor, value);
   if (ret != 0) {
-    ORBA_LOGE("write_policy_file error: ret=%d: %s", ret, strerror(-ret));
+    ORBA_LOG_AS(ANDROID_LOG_ERROR, "pop_up_camera_by_engineer_interface", "write_policy_file error: ret=%d: %s", ret, strerror(-ret));
     return -1;
   }
   switch (get_camera_motor_type()) {

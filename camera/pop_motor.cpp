@@ -15,11 +15,11 @@ using namespace orba::camera;
 
 namespace {
 
-int MovePop(int value) {
+int MovePop(const char* func, int value) {
   char text[128] = {};
   snprintf(text, sizeof(text), "%d", value);
   if (WriteNode(kPopMotor, text) != 0) {
-    ORBA_LOGE("pop camera error!:%s", strerror(errno));
+    ORBA_LOG_AS(ANDROID_LOG_ERROR, func, "pop camera error!:%s", strerror(errno));
     return 0;
   }
   return 1;
@@ -28,7 +28,8 @@ int MovePop(int value) {
 // Reads a hall's one-shot node into `buf`; logs the failure the way every caller reports it.
 bool ReadSingle(const char* path, char* buf, int size) {
   if (read_policy_file(0, path, buf, size) == 0) return true;
-  ORBA_LOGE("read_policy_file error: %s", strerror(errno));
+  ORBA_LOG_AS(ANDROID_LOG_ERROR, "get_current_pop_hall_data", "read_policy_file error: %s",
+              strerror(errno));
   return false;
 }
 
@@ -44,9 +45,9 @@ extern "C" ORBA_EXPORT int stop_motor_pop(void) {
   return 1;
 }
 
-extern "C" ORBA_EXPORT int pop_camera(int ms) { return MovePop(ms); }
+extern "C" ORBA_EXPORT int pop_camera(int ms) { return MovePop(__func__, ms); }
 
-extern "C" ORBA_EXPORT int retract_camera(int ms) { return MovePop(ms + kReverseBit); }
+extern "C" ORBA_EXPORT int retract_camera(int ms) { return MovePop(__func__, ms + kReverseBit); }
 
 extern "C" ORBA_EXPORT int get_current_pop_hall_data(char* inout) {
   if (inout == nullptr) return -1;

@@ -95,7 +95,7 @@ int Start(const SimContext& ctx, const std::vector<std::string>& names) {
   if (names.empty()) {
     for (const ServiceSpec& s : DeviceServices()) {
       if (!StartService(ctx, s, true, &error)) return Fail(error);
-      printf("%-24s running (pid %d)\n", s.name, ServicePid(s));
+      printf("%-24s running (pid %d)\n", s.name, ServicePid(ctx, s));
     }
     return kExitOk;
   }
@@ -131,7 +131,7 @@ int Status(const SimContext& ctx) {
   property_get("ro.orba.product.model", model, "(unset)");
   printf("model       %s\n", model);
   for (const ServiceSpec& s : DeviceServices()) {
-    pid_t pid = ServicePid(s);
+    pid_t pid = ServicePid(ctx, s);
     if (pid != 0) {
       printf("%-24s running (pid %d)\n", s.name, pid);
     } else {

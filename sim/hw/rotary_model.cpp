@@ -29,7 +29,7 @@ constexpr char kPeriod[] = "/sys/class/timed_output/motor5/period";
 constexpr char kField[] = "/sys/class/orba_hall/ak09970/data";
 constexpr long kReverseBit = 65536;
 // Short enough that a reading is never more than a fraction of a degree behind the module.
-constexpr auto kTick = std::chrono::milliseconds(2);
+constexpr auto kTick = std::chrono::milliseconds(1);
 
 class RotaryModel : public HardwareModel {
  public:

@@ -1,7 +1,10 @@
 #include "support/subprocess.h"
 
+#include <errno.h>
 #include <fcntl.h>
+#include <pty.h>
 #include <stdio.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -63,6 +66,57 @@ ProgramResult RunProgram(const std::vector<std::string>& argv) {
   result.out = Slurp(out[0]);
   result.err = Slurp(err[0]);
   close(out[0]);
+  close(err[0]);
+  result.status = WaitChild(pid);
+  return result;
+}
+
+ProgramResult RunOnTerminal(const std::vector<std::string>& argv, unsigned short columns) {
+  ProgramResult result;
+  int master = -1;
+  int slave = -1;
+  winsize size{};
+  size.ws_row = 24;
+  size.ws_col = columns;
+  if (openpty(&master, &slave, nullptr, nullptr, &size) != 0) return result;
+  int err[2];
+  if (pipe2(err, O_CLOEXEC) != 0) {
+    close(master);
+    close(slave);
+    return result;
+  }
+  fflush(nullptr);
+  pid_t pid = fork();
+  if (pid == 0) {
+    setsid();
+    ioctl(slave, TIOCSCTTY, 0);
+    dup2(slave, 1);
+    dup2(err[1], 2);
+    close(master);
+    close(slave);
+    std::vector<char*> args;
+    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    execv(args[0], args.data());
+    _exit(127);
+  }
+  close(slave);
+  close(err[1]);
+  // The terminal must be drained while the program runs, or it blocks on a full buffer; the
+  // read ends with EIO once the program (the last holder of the terminal) has exited.
+  char buf[4096];
+  for (;;) {
+    ssize_t n = read(master, buf, sizeof(buf));
+    if (n > 0) {
+      result.out.append(buf, static_cast<size_t>(n));
+    } else if (n < 0 && errno == EINTR) {
+      continue;
+    } else {
+      break;
+    }
+  }
+  close(master);
+  result.err = Slurp(err[0]);
   close(err[0]);
   result.status = WaitChild(pid);
   return result;
