@@ -11,6 +11,7 @@
 #include "hw_model.h"
 #include "pop_halls.h"
 #include "rotary_geometry.h"
+#include "touch_model.h"
 
 namespace orba::sim::hw {
 namespace {
@@ -24,6 +25,7 @@ const std::vector<ModelKind>& ModelKinds() {
       {"pop", [] { return HasNode("/sys/class/timed_output/motor/enable"); }, CreatePopModel},
       {"rotary", [] { return HasNode("/sys/class/timed_output/motor5/enable"); },
        CreateRotaryModel},
+      {"touch", [] { return HasNode(kTouchTestNode); }, CreateTouchModel},
   };
   return kinds;
 }
