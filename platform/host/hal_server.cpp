@@ -17,6 +17,7 @@
 
 #include <android/log.h>
 #include <platform/devpath.h>
+#include <platform/host/peer_check.h>
 
 namespace orba::hal {
 
@@ -115,7 +116,8 @@ void Worker(std::shared_ptr<HalServer::State> s) {
     timeval tv{kIoTimeoutSeconds, 0};
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
     setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof(tv));
-    Serve(*s, fd);
+    // Stop()'s wake-up connections come from this process, so they pass like any own caller.
+    if (orba::host::PeerAllowed(fd, s->name.c_str())) Serve(*s, fd);
     close(fd);
     std::lock_guard<std::mutex> lock(s->mu);
     --s->busy;

@@ -10,6 +10,7 @@
 
 #include "device_files.h"
 #include "device_tools.h"
+#include "vendor_libraries.h"
 
 namespace orba::sim {
 namespace {
@@ -106,7 +107,7 @@ bool InitDevice(const SimContext& ctx, const Profile& profile, std::string* erro
       return false;
     }
   }
-  return InstallDeviceTools(ctx, error);
+  return InstallDeviceTools(ctx, error) && InstallVendorLibraries(ctx, error);
 }
 
 }  // namespace orba::sim

@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/socket.h>
@@ -18,6 +19,8 @@
 #include <platform/host/device_init.h>
 
 #include "device_files.h"
+#include "device_fs.h"
+#include "device_process.h"
 
 namespace orba::sim {
 namespace {
@@ -54,6 +57,11 @@ bool AcceptsConnections(const ServiceSpec& s) {
   return connect(fd, reinterpret_cast<sockaddr*>(&addr), size) == 0;
 }
 
+bool IsReady(const ServiceSpec& s) {
+  if (s.ready_file != nullptr) return access(DevPath(s.ready_file), F_OK) == 0;
+  return AcceptsConnections(s);
+}
+
 void SetServiceState(const ServiceSpec& s, const char* state) {
   std::string prop = std::string("init.svc.") + s.name;
   orba_init_property_set(prop.c_str(), state);
@@ -64,8 +72,10 @@ void SetServiceState(const ServiceSpec& s, const char* state) {
 const std::vector<ServiceSpec>& DeviceServices() {
   static const std::vector<ServiceSpec> services = {
       {"orbaatcmd-hal-1-0", "orbaatcmd-hal-1-0",
-       "vendor.factory.hardware.orbaatcmd@1.0::IOrbaAtcmd"},
-      {"orbaem-hal-1-0", "orbaem-hal-1-0", "vendor.factory.hardware.orbaem@1.0::IOrbaEm"},
+       "vendor.factory.hardware.orbaatcmd@1.0::IOrbaAtcmd", nullptr},
+      {"orbaem-hal-1-0", "orbaem-hal-1-0", "vendor.factory.hardware.orbaem@1.0::IOrbaEm",
+       nullptr},
+      {"orba-hw-models", "orba-hw-models", nullptr, "/data/sim/run/orba-hw-models.ready"},
   };
   return services;
 }
@@ -77,22 +87,38 @@ const ServiceSpec* FindService(const std::string& name) {
   return nullptr;
 }
 
-pid_t ServicePid(const ServiceSpec& service) {
+pid_t ServicePid(const SimContext& ctx, const ServiceSpec& service) {
   std::string text;
   if (!ReadDeviceFile(PidFile(service), &text)) return 0;
   pid_t pid = static_cast<pid_t>(atoi(text.c_str()));
-  return Alive(pid) ? pid : 0;
+  if (!Alive(pid)) return 0;
+  // Anyone with a shell on the device can write its pid files; this command runs as root and
+  // would signal whatever they name. Only a process of this device running this service's
+  // program is the service.
+  if (!RunsOnDevice(pid, ctx.root) || !RunsProgram(pid, ctx.bin_dir + "/" + service.program)) {
+    fprintf(stderr, "orbafactory-sim: %s names pid %d, which is not this device's %s: left alone\n",
+            PidFile(service).c_str(), static_cast<int>(pid), service.name);
+    return 0;
+  }
+  return pid;
 }
 
 bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_ready,
                   std::string* error) {
-  if (ServicePid(service) != 0) return true;
+  if (ServicePid(ctx, service) != 0) return true;
   std::string program = ctx.bin_dir + "/" + service.program;
   if (access(program.c_str(), X_OK) != 0) {  // host path: the sim's own build
     *error = std::string(service.name) + ": " + program + " is not built";
     return false;
   }
-  DevPath log("/data/sim/logcat");
+  MakeDeviceDirs("/data/sim");
+  unique_fd log = OpenInDevice("/data/sim/logcat", O_WRONLY | O_APPEND | O_CREAT, 0644);
+  if (service.ready_file != nullptr) {
+    // A ready file left by an earlier run would make the new one look ready at once.
+    unique_fd dir;
+    std::string leaf;
+    if (OpenParentInDevice(service.ready_file, &dir, &leaf)) unlinkat(dir.get(), leaf.c_str(), 0);
+  }
   std::string path_env = ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" +
                          (getenv("PATH") != nullptr ? getenv("PATH") : "/usr/bin:/bin");
 
@@ -105,10 +131,9 @@ bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_r
     // The service outlives this command: its own session, no terminal, its log to the device log.
     setsid();
     int null_fd = open("/dev/null", O_RDWR);  // host path: the host's null device
-    int log_fd = open(log, O_WRONLY | O_APPEND | O_CREAT, 0644);
     dup2(null_fd, 0);
     dup2(null_fd, 1);
-    dup2(log_fd >= 0 ? log_fd : null_fd, 2);
+    dup2(log.get() >= 0 ? log.get() : null_fd, 2);
     setenv("ORBA_DEVICE_ROOT", ctx.root.c_str(), 1);
     setenv("PATH", path_env.c_str(), 1);
     if (chdir(ctx.root.c_str()) != 0) _exit(126);  // host path: the device's "/"
@@ -116,13 +141,18 @@ bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_r
     _exit(127);
   }
   if (!WriteDeviceFile(PidFile(service), std::to_string(pid) + "\n")) {
+    // A service nobody can find again could never be stopped: it does not outlive the start.
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
     *error = std::string("cannot record the pid of ") + service.name;
     return false;
   }
   SetServiceState(service, "running");
-  if (!wait_ready || service.hal_descriptor == nullptr) return true;
+  if (!wait_ready || (service.hal_descriptor == nullptr && service.ready_file == nullptr)) {
+    return true;
+  }
   for (int waited = 0; waited < 5000; waited += 10) {
-    if (AcceptsConnections(service)) return true;
+    if (IsReady(service)) return true;
     int status = 0;
     if (waitpid(pid, &status, WNOHANG) == pid) {
       SetServiceState(service, "stopped");
@@ -136,8 +166,7 @@ bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_r
 }
 
 bool StopService(const SimContext& ctx, const ServiceSpec& service, std::string* error) {
-  (void)ctx;
-  pid_t pid = ServicePid(service);
+  pid_t pid = ServicePid(ctx, service);
   if (pid != 0) {
     if (kill(pid, SIGTERM) != 0 && errno != ESRCH) {
       *error = std::string("kill ") + service.name + ": " + strerror(errno);
@@ -153,8 +182,11 @@ bool StopService(const SimContext& ctx, const ServiceSpec& service, std::string*
       SleepMs(10);
     }
   }
-  DevPath pid_file(PidFile(service).c_str());
-  unlink(pid_file);
+  unique_fd run_dir;
+  std::string pid_file;
+  if (OpenParentInDevice(PidFile(service), &run_dir, &pid_file)) {
+    unlinkat(run_dir.get(), pid_file.c_str(), 0);
+  }
   SetServiceState(service, "stopped");
   return true;
 }

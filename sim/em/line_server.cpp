@@ -13,6 +13,7 @@
 
 #include <android-base/unique_fd.h>
 #include <platform/devpath.h>
+#include <platform/host/peer_check.h>
 
 namespace orba::sim {
 namespace {
@@ -136,7 +137,7 @@ void LineServer::Run(std::chrono::steady_clock::time_point listen_at, int bound)
     if (fds[1].revents != 0) break;
     if ((fds[0].revents & POLLIN) == 0) continue;
     unique_fd conn(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
-    if (conn.get() < 0) continue;
+    if (conn.get() < 0 || !orba::host::PeerAllowed(conn.get(), name_.c_str())) continue;
     Serve(conn.get());
   }
   std::lock_guard<std::mutex> lock(mu_);

@@ -61,11 +61,15 @@ TEST_F(SimDeviceTest, InitLaysOutTheDevice) {
     EXPECT_TRUE(S_ISDIR(st.st_mode)) << d;
   }
   EXPECT_NE(ReadDeviceFile("/etc/em_features.xml")
-                .find("<feature name=\"camera_motor_type\">pop</feature>"),
+                .find("<feature name=\"camera_motor_type\">fully_auto_pop</feature>"),
             std::string::npos);
   EXPECT_NE(ReadDeviceFile("/proc/cmdline").find("support_minidp=0"), std::string::npos);
-  EXPECT_EQ(ReadDeviceFile("/vendor/etc/ntc.ini"),
-            "[ntc]\nboard_ntc = /sys/class/thermal/thermal_zone0/temp\n");
+  EXPECT_EQ(ReadDeviceFile("/vendor/etc/ntc.ini").rfind("[type_i]\nboard_ntc = ", 0), 0u);
+  // The vendor libraries loaded at run time are real files of their own, not links to the build.
+  for (const char* lib : {"/vendor/lib64/libuwb_factory_smt.so", "/vendor/lib64/libuwbrwpersist.so"}) {
+    ASSERT_EQ(lstat(HostPath(lib).c_str(), &st), 0) << lib;
+    EXPECT_TRUE(S_ISREG(st.st_mode)) << lib;
+  }
   EXPECT_EQ(Prop("ro.orba.product.model"), "PD5202CMA");
   EXPECT_EQ(Prop("persist.sys.factory.mode"), "yes");
 }
@@ -141,6 +145,9 @@ TEST_F(SimDeviceTest, EnvPutsTheDeviceFirst) {
   EXPECT_NE(env.out.find("export ORBA_DEVICE_ROOT='" + root() + "'\n"), std::string::npos);
   EXPECT_NE(env.out.find("export PATH='" + root() + "/system/bin:" + root() + "/vendor/bin:"),
             std::string::npos)
+      << env.out;
+  // Vendor libraries loaded by bare name are found in the device's /vendor/lib64 first.
+  EXPECT_NE(env.out.find("export LD_LIBRARY_PATH='" + root() + "/vendor/lib64:"), std::string::npos)
       << env.out;
 }
 
