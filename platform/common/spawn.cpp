@@ -153,6 +153,11 @@ pid_t StartChild(const char* program, const std::vector<std::string>& argv,
 
   // Blocked across fork so that a signal cannot reach the child before its dispositions are
   // reset; the parent's own mask comes back right after.
+  // The child holds the write end of `settled` until it has asked for its parent-death signal
+  // and closed what it inherits: a caller whose thread ends right after we return (the signal
+  // follows the thread that forked) must not outrun that request.
+  int settled[2];
+  if (pipe2(settled, O_CLOEXEC) != 0) return -1;
   sigset_t all, old;
   sigfillset(&all);
   pthread_sigmask(SIG_SETMASK, &all, &old);
@@ -160,6 +165,13 @@ pid_t StartChild(const char* program, const std::vector<std::string>& argv,
   if (pid == 0) BecomeChild(program, argp.data(), envp.data(), options, stdio, parent, fd_limit);
   int saved = errno;
   pthread_sigmask(SIG_SETMASK, &old, nullptr);
+  close(settled[1]);
+  if (pid > 0) {
+    char byte;
+    while (read(settled[0], &byte, 1) < 0 && errno == EINTR) {
+    }
+  }
+  close(settled[0]);
   errno = saved;
   return pid;
 }
