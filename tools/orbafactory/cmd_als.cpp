@@ -23,8 +23,7 @@ int Store(const Args& args) {
                             type == 0 ? 16 : 18);
   }
   if (ret != 7) {
-    return orba::cli::Error(orba::cli::kFailed,
-                            "als store: the factory record could not be read or written (%d)", ret);
+    return orba::cli::Fail("als store: the factory record could not be read or written (%d)", ret);
   }
   const char* prefix = type == 0 ? "persist.sys.metal_data" : "persist.sys.mscct.metal_data";
   for (const char* channel : {"c", "r", "g", "b", "w"}) {

@@ -21,7 +21,7 @@ using orba::cli::Args;
 
 int Open(const Args&) {
   if (on_off_laser_TMF8801(true) != 1) {
-    return orba::cli::Error(orba::cli::kFailed, "laser open: the sensor library refused; see -v");
+    return orba::cli::Fail("laser open: the sensor library refused");
   }
   printf("open: success\n");
   on_off_laser_TMF8801(false);
@@ -36,14 +36,14 @@ int Close(const Args&) {
 
 int Read(const Args&) {
   if (on_off_laser_TMF8801(true) != 1) {
-    return orba::cli::Error(orba::cli::kFailed, "laser read: the sensor did not open; see -v");
+    return orba::cli::Fail("laser read: the sensor did not open");
   }
   char distance[16] = {};
   char confidence[16] = {};
   bool ok = get_laser_data_TMF8801(distance, "distance") == 1 &&
             get_laser_data_TMF8801(confidence, "confidence") == 1;
   on_off_laser_TMF8801(false);
-  if (!ok) return orba::cli::Error(orba::cli::kFailed, "laser read: no measurement");
+  if (!ok) return orba::cli::Fail("laser read: no measurement");
   printf("distance %s mm, confidence %s\n", distance, confidence);
   return orba::cli::kOk;
 }
@@ -121,8 +121,9 @@ int DetectFrozen(const Args& args) {
   constexpr const char* kVerdict = "sys.orba.laser_8801_detect_ret";
   property_set(kVerdict, "");
   pthread_t thread;
-  if (pthread_create(&thread, nullptr, Detect, &value) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "laser detect: cannot start the check");
+  if (int err = pthread_create(&thread, nullptr, Detect, &value); err != 0) {
+    return orba::cli::Error(orba::cli::kFailed, "laser detect: cannot start the check: %s",
+                            strerror(err));
   }
   // The check runs half a second plus SECONDS; its verdict is the property.
   char verdict[PROPERTY_VALUE_MAX] = {};

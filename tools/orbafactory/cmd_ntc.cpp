@@ -27,9 +27,8 @@ int Show(const Args& args) {
       return orba::cli::Error(orba::cli::kFailed, "ntc: the device declares no thermistors");
     }
     if (ret < 0) {
-      return orba::cli::Error(orba::cli::kFailed,
-                              "ntc: type %ld: bad entry or unreadable thermistor (partial: '%s')",
-                              type, out);
+      return orba::cli::Fail("ntc: type %ld: bad entry or unreadable thermistor (partial: '%s')",
+                             type, out);
     }
     printf("type %ld: %s\n", type, out);
   }

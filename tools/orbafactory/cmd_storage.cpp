@@ -32,7 +32,7 @@ int Id(const Args&) {
     return orba::cli::Error(orba::cli::kNoDevice, "storage id: cannot enter the device root");
   }
   char id[128] = {};
-  if (get_emmcid(id) != 1) return orba::cli::Error(orba::cli::kFailed, "storage id: no chip id");
+  if (get_emmcid(id) != 1) return orba::cli::Fail("storage id: no chip id");
   printf("%s\n", id);
   return orba::cli::kOk;
 }

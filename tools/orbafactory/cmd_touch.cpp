@@ -58,8 +58,9 @@ int Test(const Args& args) {
   }
   int ret = touchpanel_sensor_test(static_cast<int>(seconds), test->value, static_cast<int>(rate));
   if (ret != 0) {
+    if (ret >= -1) return orba::cli::Fail("touch test %s: not started (%d)", test->value, ret);
     return orba::cli::Error(orba::cli::kFailed, "touch test %s: not started (%d): %s", test->value,
-                            ret, ret < -1 ? strerror(-ret) : "see -v");
+                            ret, strerror(-ret));
   }
   fprintf(stderr, "touch %s started; result in %ld s\n", test->what, seconds);
   // The collecting thread replaces "testing" with the driver's answer, then restores the rate.

@@ -32,13 +32,12 @@ class Session {
   // Why the session is unusable, after printing it; 0 when usable.
   int Check(const char* what) const {
     if (!loaded_) {
-      return orba::cli::Error(orba::cli::kFailed,
-                              "uwb %s: cannot load /vendor/lib64/libuwb_factory_smt.so; see -v",
-                              what);
+      return orba::cli::FailPaths(
+          {{"/vendor/lib64/libuwb_factory_smt.so", orba::cli::PathUse::kRead, false}},
+          "uwb %s: cannot load /vendor/lib64/libuwb_factory_smt.so", what);
     }
     if (!initialised_) {
-      return orba::cli::Error(orba::cli::kFailed, "uwb %s: the test library did not initialise",
-                              what);
+      return orba::cli::Fail("uwb %s: the test library did not initialise", what);
     }
     return 0;
   }
@@ -90,15 +89,15 @@ int Receive(const char* what, bool defaults, const uint8_t* params, long seconds
   Session session;
   if (int err = session.Check(what)) return err;
   int ret = defaults ? orba_uci_hal_set_rx_test_default_param() : uwb_set_rx_param(params[0], params[1]);
-  if (ret != 0) return orba::cli::Error(orba::cli::kFailed, "uwb %s: parameters refused", what);
+  if (ret != 0) return orba::cli::Fail("uwb %s: parameters refused", what);
   if (orba_uci_hal_start_rx_test() != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "uwb %s: the receive test did not start", what);
+    return orba::cli::Fail("uwb %s: the receive test did not start", what);
   }
   fprintf(stderr, "uwb: receiving for %ld s\n", seconds);
   sleep(static_cast<unsigned>(seconds));
   per_rx_ntf_data result{};
   if (orba_uci_hal_stop_rx_test(&result) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "uwb %s: the receive test did not stop", what);
+    return orba::cli::Fail("uwb %s: the receive test did not stop", what);
   }
   PrintNotification(result);
   return orba::cli::kOk;
@@ -109,14 +108,14 @@ int Transmit(const char* what, bool defaults, const uint8_t* params, long second
   if (int err = session.Check(what)) return err;
   int ret = defaults ? orba_uci_hal_set_tx_test_default_param()
                      : uwb_set_tx_param(params[0], params[1], params[2], params[3], params[4]);
-  if (ret != 0) return orba::cli::Error(orba::cli::kFailed, "uwb %s: parameters refused", what);
+  if (ret != 0) return orba::cli::Fail("uwb %s: parameters refused", what);
   if (orba_uci_hal_start_tx_test() != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "uwb %s: the transmit test did not start", what);
+    return orba::cli::Fail("uwb %s: the transmit test did not start", what);
   }
   fprintf(stderr, "uwb: transmitting for %ld s\n", seconds);
   sleep(static_cast<unsigned>(seconds));
   if (orba_uci_hal_stop_tx_test() != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "uwb %s: the transmit test did not stop", what);
+    return orba::cli::Fail("uwb %s: the transmit test did not stop", what);
   }
   printf("transmit test done\n");
   return orba::cli::kOk;
