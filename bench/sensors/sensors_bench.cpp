@@ -6,6 +6,7 @@
 //    linearly with their number.
 
 #include <benchmark/benchmark.h>
+#include <ftw.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -25,11 +26,16 @@ namespace {
 
 constexpr int kPeriodMs = 20;
 
-// One device root for the whole run, with its property area.
+int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
+
+// Plain storage: the exit handler runs after static strings are gone.
+char g_root_path[64] = "/tmp/orba-bench-sensors-XXXXXX";
+
+// One device root for the whole run, with its property area; removed at exit.
 const std::string& Root() {
   static const std::string root = [] {
-    char templ[] = "/tmp/orba-bench-sensors-XXXXXX";
-    std::string r = mkdtemp(templ);
+    std::string r = mkdtemp(g_root_path);
+    atexit([] { nftw(g_root_path, RemoveEntry, 16, FTW_DEPTH | FTW_PHYS); });
     setenv(ORBA_DEVICE_ROOT_ENV, r.c_str(), 1);
     orba_device_root_reset();
     orba_init_property_area();

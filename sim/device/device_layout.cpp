@@ -19,6 +19,7 @@ namespace {
 const char* const kDirectories[] = {
     "/cache/recovery",
     "/data/vendor/engineermode",
+    "/data/engineermode",
     "/data/media/0",
     "/data/local/tmp",
     "/data/sim/run",

@@ -49,7 +49,7 @@ bool AcceptsConnections(const ServiceSpec& s) {
 }
 
 bool IsReady(const ServiceSpec& s) {
-  if (s.ready_file != nullptr) return access(DevPath(s.ready_file), F_OK) == 0;
+  if (s.ready_file != nullptr) return OpenInDevice(s.ready_file, O_PATH).get() >= 0;
   return AcceptsConnections(s);
 }
 

@@ -11,7 +11,7 @@ namespace orba::sim {
 
 bool InstallVendorLibraries(const SimContext& ctx, std::string* error) {
   for (const char* name : {"libuwb_factory_smt.so", "libuwbrwpersist.so"}) {
-    std::string host = ctx.lib_dir + "/" + name;
+    std::string host = ctx.lib_dir + "/vendor-doubles/" + name;
     std::string bytes;
     if (!android::base::ReadFileToString(host, &bytes)) {  // host path: the sim's own build
       *error = "cannot read " + host + " (is it built?): " + strerror(errno);

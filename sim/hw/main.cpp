@@ -5,6 +5,7 @@
 #include <android/log.h>
 #include <signal.h>
 #include <stdio.h>
+#include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -30,6 +31,11 @@ int main() {
     perror("orba-hw-models: signalfd");
     return 1;
   }
+  // Hardware does not wait for a busy CPU. A model starved on a loaded machine leaves its
+  // readings standing while the module moves, and a step that watches for the readings to settle
+  // takes a moving module for a resting one. Ask for a head start over ordinary processes;
+  // without the privilege the models run at normal priority.
+  setpriority(PRIO_PROCESS, 0, -10);
   orba::sim::hw::ModelService service(stop_fd);
   std::string error;
   if (!service.Start("/data/sim/run/orba-hw-models.ready", &error)) {

@@ -46,6 +46,9 @@ class RotaryModel : public HardwareModel {
   void OnCommand(const std::string& node, Clock::time_point now) override {
     Advance(now);
     std::string text = ReadNode(node);
+    // A writer truncates the node before its text lands: a node read in between is empty, and
+    // the close of that very write brings the command a moment later.
+    if (text.find_first_of("0123456789") == std::string::npos) return;
     long value = strtol(text.c_str(), nullptr, 10);
     bool period = node == kPeriod;
     AppendRecord("/data/sim/motor_log", std::to_string(WallMs()) + (period ? " period " : " motor5 ") +

@@ -26,10 +26,12 @@ persist.sys.aftersale.qztem = 0
 persist.sys.fptype = udfp
 persist.radio.multisim.config = dsds
 sys.boot_completed = 1
-# the pop-up camera's hardware models run
-sim.hw.enable = 1
+# a live laser sensor: its vendor library delivers these measurement words, the last repeated
+sim.laser.words = 0x002A0150,0x002A0152,0x0029014E
 # secure-storage tool answer (1 provisioned)
 sim.rpmb.result = 1
+# the pop-up camera's hardware models run
+sim.hw.enable = 1
 # engineer-mode app answers
 sim.em.refresh_rate = 120
 sim.em.global.screen_brightness = 128
@@ -38,6 +40,7 @@ sim.em.global.screen_brightness = 128
 camera_motor_type = fully_auto_pop
 camera_type = front[front_camera_main];back[rear_camera_main,rear_camera_wide,rear_camera_macro]
 laser_sensor = TMF8801
+laser_TMF8801_support = true
 fingerprint = udfp
 rotary_motor_parameters = deg0[10,20];deg180[170,190]
 ntc_temperature = I[board_ntc,pa_ntc,quiet_ntc];II[chg_ntc]
@@ -66,6 +69,8 @@ ntc_temperature = I[board_ntc,pa_ntc,quiet_ntc];II[chg_ntc]
 # storage identity: a Samsung eMMC and its BOM code
 /sys/block/mmcblk0/device/cid = 150100414a54443452100a1b2c3d4e00
 /system/etc/emmc_bom = 414A54443452=BOM-EMMC-S128G\n
+# the touch controller's self-test node (answered by the touch model)
+/sys/touchscreen/at_sensor_test =
 # security state: secure boot fused
 /proc/sec_oem_lcs = 0x00000003
 /proc/sec_en = 1

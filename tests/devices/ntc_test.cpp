@@ -89,7 +89,7 @@ TEST_F(NtcTest, NullOutputIsRefused) {
 
 struct FilterCase {
   const char* name;
-  const char* feature;  // null: no feature file
+  const char* feature;  // null: the device declares no such feature
   const char* ntc;
   int type;
   int ret;
@@ -99,7 +99,13 @@ class NtcFilterTest : public NtcTest, public ::testing::WithParamInterface<Filte
 
 TEST_P(NtcFilterTest, Fitted) {
   const FilterCase& c = GetParam();
-  if (c.feature != nullptr) Features(c.feature);
+  if (c.feature != nullptr) {
+    Features(c.feature);
+  } else {
+    WriteDeviceFile("/etc/em_features.xml",
+                    "<?xml version=\"1.0\"?>\n<features>\n"
+                    "    <feature name=\"laser_sensor\">TMF8801</feature>\n</features>\n");
+  }
   EXPECT_EQ(product_ntc_filted(c.ntc, c.type), c.ret);
 }
 
@@ -110,7 +116,7 @@ INSTANTIATE_TEST_SUITE_P(
                       FilterCase{"OtherTypeUsesTheSecondList", "I[board,pa];II[chg]", "chg", 7, 0},
                       FilterCase{"NotInItsList", "I[board,pa];II[chg]", "chg", 1, -1},
                       FilterCase{"NoSecondList", "I[board,pa]", "chg", 2, -1},
-                      FilterCase{"NoFeatureFile", nullptr, "anything", 1, 0}),
+                      FilterCase{"NoFeature", nullptr, "anything", 1, 0}),
     [](const ::testing::TestParamInfo<FilterCase>& info) { return std::string(info.param.name); });
 
 TEST_F(NtcTest, FilterAppendsFittedLiveReadings) {

@@ -82,7 +82,8 @@ TEST_P(DeviceFsTest, LinksResolveInsideTheRoot) {
       {"/abs/secret", O_RDONLY, ENOENT, nullptr},
       {"/rel/secret", O_RDONLY, ENOENT, nullptr},
       {"/../../../../../../../../secret", O_RDONLY, ENOENT, nullptr},
-      {"/dangle", O_WRONLY | O_CREAT, ENOENT, nullptr},  // its target's directory is not on the device
+      // The link's target, read on the device, has no directory there.
+      {"/dangle", O_WRONLY | O_CREAT, ENOENT, nullptr},
       {"/loop", O_RDONLY, ELOOP, nullptr},
       {"/data/media/0/f/x", O_RDONLY, ENOTDIR, nullptr},
       {"/abs", O_PATH | O_NOFOLLOW, 0, nullptr},  // the link itself

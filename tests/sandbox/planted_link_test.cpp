@@ -18,6 +18,9 @@
 #include "call_log.h"
 #include "engineer_app.h"
 #include "minzip/zip_builder.h"
+#include "node_io.h"
+#include <platform/host/device_init.h>
+
 #include "support/device_root.h"
 
 namespace orba::test {
@@ -77,6 +80,10 @@ TEST_F(PlantedLinkTest, ServiceWritesStayOnTheDevice) {
   const std::string v = victim_;
   const std::string o = outside_;
   const std::vector<Case> cases = {
+      // First, while this device has no property area yet: every service maps it shared.
+      {"property area", {{"/dev/__properties__", v}},
+       [] { EXPECT_NE(orba_init_property_area(), 0); }},
+      {"property area's directory", {{"/dev", o}}, [] { EXPECT_NE(orba_init_property_area(), 0); }},
       {"write through a file link", {{"/data/w1", v}},
        [] { sim::WriteSystemFile("/data/w1", O_WRONLY | O_CREAT | O_TRUNC, "owned"); }},
       {"write through a directory link", {{"/data/wdir", o}},
@@ -104,6 +111,14 @@ TEST_F(PlantedLinkTest, ServiceWritesStayOnTheDevice) {
          EXPECT_EQ(sim::Md5SystemFile("/data/rd"), "");
          EXPECT_EQ(sim::SizeofSystemFile("/data/rd"), -1);
        }},
+      {"hardware model replacing a node", {{"/sys/class/hall/up", v}},
+       [] { EXPECT_TRUE(sim::hw::ReplaceNode("/sys/class/hall/up", "1")); }},
+      {"hardware model beside its old temporary name", {{"/sys/class/hall/.down.new", v}},
+       [] { EXPECT_TRUE(sim::hw::ReplaceNode("/sys/class/hall/down", "0")); }},
+      {"hardware model's record", {{"/data/sim/motor_log", v}},
+       [] { sim::hw::AppendRecord("/data/sim/motor_log", "owned"); }},
+      {"hardware model reading a node", {{"/sys/class/hall/mid", v}},
+       [] { EXPECT_EQ(sim::hw::ReadNode("/sys/class/hall/mid"), ""); }},
       {"engineer-mode call log", {{"/data/sim/em_calls", v}},
        [] { sim::RecordCall({"doAction", "owned"}); }},
       {"engineer app's calibration file", {{"/cache/recovery/last_test_cali_result.xml", v}},
@@ -115,8 +130,11 @@ TEST_F(PlantedLinkTest, ServiceWritesStayOnTheDevice) {
     c.act();
     ExpectHostUntouched(c.what);
   }
-  // The copy beside a planted temporary name still did its job, on the device.
+  // The copy and the node beside planted temporary names still did their job, on the device;
+  // a node planted as a link is replaced, not written through.
   EXPECT_EQ(ReadDeviceFile("/data/c2"), "device data");
+  EXPECT_EQ(ReadDeviceFile("/sys/class/hall/down"), "0");
+  EXPECT_EQ(ReadDeviceFile("/sys/class/hall/up"), "1");
 }
 
 TEST_F(PlantedLinkTest, UnzipStaysInTheTarget) {

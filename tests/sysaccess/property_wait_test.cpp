@@ -28,6 +28,7 @@ TEST_F(PropertyTest, GetPropertyWithLen) {
       {"vendor.p.ten", 11, "0123456789"},
       {"vendor.p.ten", 10, "def"},  // too long for the buffer: the default instead
       {"vendor.p.none", 8, "def"},
+      {"vendor.p.none", 3, "de"},  // a default that fills the buffer is cut to stay a string
       {"vendor.p.ten", 2, "d"},  // a default longer than the buffer is cut, never overrun
   };
   for (const Case& c : cases) {
@@ -37,6 +38,7 @@ TEST_F(PropertyTest, GetPropertyWithLen) {
     EXPECT_EQ(std::string(value, strnlen(value, static_cast<size_t>(c.len))), c.expected)
         << c.name << " len " << c.len;
     EXPECT_EQ(value[c.len], '#');
+    EXPECT_NE(memchr(value, '\0', static_cast<size_t>(c.len)), nullptr) << "unterminated";
   }
   char value[8] = "keep";
   EXPECT_EQ(get_property_with_len("vendor.p.ten", value, 0, "d"), -1);

@@ -29,7 +29,7 @@ constexpr char kNtfHex[] =
 
 std::string BuiltLibrary(const std::string& name) {
   std::string bin = BinPath("orbafactory");
-  return bin.substr(0, bin.rfind("/bin/")) + "/lib/" + name;
+  return bin.substr(0, bin.rfind("/bin/")) + "/lib/vendor-doubles/" + name;
 }
 
 class UwbTest : public DeviceRootTest {
@@ -212,7 +212,9 @@ TEST_P(UwbSequenceTest, StopsAtTheFirstRefusal) {
   LogCapture log;
   int ret = c.tx ? uwb_set_tx_param(5, 1, 2, 3, 4) : uwb_set_rx_param(9, 2);
   EXPECT_EQ(ret, c.ret);
-  if (*c.message != '\0') EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, c.message)) << log.Dump();
+  if (*c.message != '\0') {
+    EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, c.message)) << log.Dump();
+  }
   std::vector<std::string> calls = Calls();
   calls.erase(calls.begin());  // orba_uci_hal_init
   EXPECT_EQ(calls, c.calls);

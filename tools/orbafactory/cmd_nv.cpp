@@ -119,7 +119,9 @@ int WithBackupPartition(const ImageOptions& options, int (*body)(const Args&), c
 #else
   std::error_code ec;
   if (!fs::is_regular_file(options.image, ec)) {
-    return Error(kUsage, "--image %s: not a readable file", options.image.c_str());
+    // The image is the engineer's own file on this host, not a device path.
+    return Error(kUsage, "--image %s: not a readable file on this host: %s", options.image.c_str(),
+                 ec ? ec.message().c_str() : "not a regular file");
   }
   TemporaryRoot root;
   if (root.path().empty()) return Error(kFailed, "cannot make a temporary device root");

@@ -47,7 +47,7 @@ int Test(const Args& args) {
     return orba::cli::Error(orba::cli::kUsage, "touch test: VALUE is one of 165..169, not '%s'",
                             args[0].c_str());
   }
-  long seconds = 1;
+  long seconds = 2;
   long rate = 0;
   if (args.size() > 1 && !orba::cli::ParseInt(args[1], "seconds", &seconds)) {
     return orba::cli::kUsage;
@@ -85,7 +85,7 @@ const orba::cli::Family kTouch{
     {
         {"test", "VALUE [SECONDS] [RATE]",
          "run test VALUE (165-169) at refresh RATE (0: the panel's maximum), wait SECONDS "
-         "(default 1) and print the driver's result",
+         "(default 2) and print the driver's result",
          1, 3, Test},
     }};
 orba::cli::Registrar registrar(kTouch);

@@ -114,10 +114,9 @@ std::string RelativeFromHere(const std::string& host_path) {
 }
 
 std::string HostFileHint(const PathCheck& c, const std::string& root) {
-  std::string text =
-      "  note: orbafactory takes device paths, which lie under the simulated device's "
-      "root " +
-      root + "; " + c.path + " is on this host, not in the device.\n";
+  std::string text = "  note: orbafactory takes device paths, which lie under the simulated "
+                     "device's root " + root + "; " + c.path +
+                     " is on this host, not in the device.\n";
   const std::string relative = c.relative_ok ? RelativeFromHere(c.path) : "";
   const std::string name = Base(c.path);
   switch (c.use) {
