@@ -6,6 +6,7 @@
 #include <platform/hal.h>
 
 #include <errno.h>
+#include <poll.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -27,6 +28,19 @@ unique_fd ConnectInstance(const char* descriptor, const char* instance) {
 
 const char* Str(const char* s) { return s != nullptr ? s : ""; }
 
+// The connection getService opened may have been held past the service's idle limit, and the
+// service closes idle connections. It never speaks before a request, so anything to read (the
+// end of the stream) or a hang-up means it is gone; a proxy on the phone keeps working then,
+// and so must this one.
+bool StillOpen(int fd) {
+  pollfd p{fd, POLLIN | POLLRDHUP, 0};
+  int n;
+  do {
+    n = poll(&p, 1, 0);
+  } while (n < 0 && errno == EINTR);
+  return n == 0;
+}
+
 // One request/reply exchange. On success `reply` holds the reply body positioned after the
 // transport status, which was 0.
 class Call {
@@ -35,9 +49,19 @@ class Call {
   WireWriter& args() { return args_; }
 
   bool Transact(unique_fd* fresh, const char* descriptor, const char* instance) {
-    unique_fd fd = fresh->get() >= 0 ? std::move(*fresh) : ConnectInstance(descriptor, instance);
     std::string framed;
-    if (fd.get() < 0 || !args_.Finish(&framed) || !WireSend(fd.get(), framed)) return false;
+    if (!args_.Finish(&framed)) return false;
+    unique_fd held = std::move(*fresh);
+    const bool reuse = held.get() >= 0 && StillOpen(held.get());
+    unique_fd fd = reuse ? std::move(held) : ConnectInstance(descriptor, instance);
+    if (fd.get() < 0) return false;
+    if (!WireSend(fd.get(), framed)) {
+      // The service dropped the held connection between the check and the send: nothing of the
+      // request reached it, so it is sent once more on a new connection.
+      if (!reuse) return false;
+      fd = ConnectInstance(descriptor, instance);
+      if (fd.get() < 0 || !WireSend(fd.get(), framed)) return false;
+    }
     if (!WireReceive(fd.get(), &body_)) return false;
     reader_ = WireReader(body_);
     int32_t status = -1;

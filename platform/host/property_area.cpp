@@ -14,6 +14,7 @@
 #include <mutex>
 #include <vector>
 
+#include <android/log.h>
 #include <platform/devpath.h>
 #include <platform/host/device_root.h>
 
@@ -150,8 +151,8 @@ unsigned char* MapArea(bool create, int* fd_out) {
 
 }  // namespace
 
-PropertyArea::PropertyArea(int fd, unsigned char* base, uint32_t generation)
-    : fd_(fd), base_(base), generation_(generation) {}
+PropertyArea::PropertyArea(int fd, unsigned char* base, uint32_t generation, bool writable)
+    : fd_(fd), base_(base), generation_(generation), writable_(writable) {}
 
 PropertyArea* PropertyArea::Get(bool create) {
   uint32_t generation = orba_device_root_generation();
@@ -167,7 +168,8 @@ PropertyArea* PropertyArea::Get(bool create) {
   // An area of an earlier root stays mapped: callers may still hold prop_info pointers into it.
   // Every area mapped, for the life of the process (never destroyed: it outlives exit handlers).
   static auto* every_area = new std::vector<PropertyArea*>;
-  area = new PropertyArea(fd, base, generation);
+  const bool writable = (fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDWR;
+  area = new PropertyArea(fd, base, generation, writable);
   every_area->push_back(area);
   g_area.store(area, std::memory_order_release);
   return area;
@@ -219,6 +221,13 @@ int PropertyArea::Set(const char* name, const char* value, bool from_init) {
   size_t value_len = strnlen(value, PROP_VALUE_MAX);
   if (name_len == 0 || name_len > kNameMax || value_len > kValueMax) {
     errno = EINVAL;
+    return -1;
+  }
+  if (!writable_) {
+    // Writing through a read-only mapping would fault; the caller gets an error instead.
+    __android_log_print(ANDROID_LOG_ERROR, "libhostdevice",
+                        "cannot set %s: the property area is open read-only", name);
+    errno = EROFS;
     return -1;
   }
   char padded[PROP_VALUE_MAX] = {};

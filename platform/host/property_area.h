@@ -51,7 +51,7 @@ class PropertyArea {
   struct Header;  // the area's first bytes, laid out in property_area.cpp
 
  private:
-  PropertyArea(int fd, unsigned char* base, uint32_t generation);
+  PropertyArea(int fd, unsigned char* base, uint32_t generation, bool writable);
 
   Header* header() const;
   std::atomic<uint32_t>* table() const;
@@ -60,6 +60,7 @@ class PropertyArea {
   int fd_;
   unsigned char* base_;
   uint32_t generation_;
+  bool writable_;  // false: mapped read-only, as a process without write access to the file
 };
 
 }  // namespace orba::host

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 #include <sys/system_properties.h>
 #include <cutils/properties.h>
+#include <errno.h>
+#include <linux/capability.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -9,6 +13,7 @@
 #include <thread>
 
 #include <platform/host/device_init.h>
+#include <platform/host/device_root.h>
 #include "support/device_root.h"
 #include "support/subprocess.h"
 
@@ -39,6 +44,33 @@ TEST_F(PropertyAreaTest, SetGetAndDefaults) {
   EXPECT_EQ(property_get("empty.value", value, "dflt"), 4);  // empty counts as unset
   EXPECT_EQ(property_get("no.such", value, nullptr), 0);
   EXPECT_STREQ(value, "");
+}
+
+// Makes file permissions bind this process even as root, as they bind the app processes.
+bool DropFileOverride() {
+  if (geteuid() != 0) return true;
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  __user_cap_data_struct data[2] = {};
+  if (syscall(SYS_capget, &header, data) != 0) return false;
+  data[0].effective &= ~(1u << CAP_DAC_OVERRIDE);
+  return syscall(SYS_capset, &header, data) == 0;
+}
+
+TEST_F(PropertyAreaTest, SetThroughAReadOnlyAreaFailsInsteadOfFaulting) {
+  ASSERT_EQ(property_set("sim.ro.probe", "before"), 0);
+  ASSERT_EQ(chmod(HostPath("/dev/__properties__").c_str(), 0444), 0);
+  pid_t child = StartChild([] {
+    if (!DropFileOverride()) return 10;
+    // The area as a process without write access first maps it: the read-only fallback.
+    orba_device_root_reset();
+    if (Get("sim.ro.probe") != "before") return 11;
+    errno = 0;
+    if (__system_property_set("sim.ro.probe", "after") != -1) return 12;
+    if (errno != EROFS) return 13;
+    return Get("sim.ro.probe") == "before" ? 0 : 14;
+  });
+  EXPECT_EQ(WaitChild(child), 0);
+  chmod(HostPath("/dev/__properties__").c_str(), 0644);
 }
 
 TEST_F(PropertyAreaTest, LimitsAreRefusedWithoutPartialWrites) {
