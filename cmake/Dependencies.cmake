@@ -1,6 +1,8 @@
-# Debian ships the Android platform libraries outside the default search path.
-set(ORBA_ANDROID_LIBDIR /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/android)
-set(ORBA_ANDROID_INCDIR /usr/include/android)
+# Debian ships the Android platform libraries outside the default search path. A cross build
+# finds both directories under its sysroot (CMAKE_FIND_ROOT_PATH).
+find_path(ORBA_ANDROID_INCDIR log/log.h PATHS /usr/include/android NO_DEFAULT_PATH REQUIRED)
+find_path(ORBA_ANDROID_LIBDIR liblog.so PATHS /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/android
+          NO_DEFAULT_PATH REQUIRED)
 
 function(orba_android_lib name)
   find_library(ORBA_${name}_LIB NAMES ${name} PATHS ${ORBA_ANDROID_LIBDIR} NO_DEFAULT_PATH REQUIRED)

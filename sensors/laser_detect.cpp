@@ -2,10 +2,11 @@
 // sensor whose snapshots stay identical for half a second (five in a row, 100 ms apart) has
 // stopped delivering, whatever its last distance was.
 
+#include <pthread.h>
+
 #include <orbafactory/sensors.h>
 #include <orbafactory/sysaccess.h>
 #include <platform/log.h>
-#include <pthread.h>
 
 #include "laser_state.h"
 

@@ -19,9 +19,8 @@ inline bool HasData(uint32_t word) { return word != kNoData; }
 inline int Distance(uint32_t word) { return static_cast<int>(word & 0xFFFFu); }
 inline int Confidence(uint32_t word) { return static_cast<int>((word >> 16) & 0x3Fu); }
 
-// The shared sensor object (null when closed). Take replaces it with null and hands it over;
-// Replace installs a fresh zeroed one, releasing whatever was there; both are atomic with respect
-// to each other so a close thread and a new open never share an object.
+// The shared sensor object (null when closed). TakeObject hands it over and leaves null, so a
+// close thread and a new open never share an object.
 void* TakeObject();
 // Releases the object a close or a finished calibration step owns.
 void ReleaseObject(void* object);

@@ -10,6 +10,8 @@
 #include <string.h>
 #include <unistd.h>
 
+#include <mutex>
+
 #include <orbafactory/config.h>
 #include <orbafactory/engineer.h>
 #include <orbafactory/sensors.h>
@@ -43,8 +45,13 @@ const char* ResultFile(const char* value) {
   return nullptr;
 }
 
+// The starter and the collecting threads of earlier tests ask the app concurrently; the reply
+// buffer is shared, so each request and the copy of its answer go together.
+std::mutex g_ask_mutex;
+
 // The engineer app's answer to one request, copied out of the shared reply buffer.
 void Ask(const char* request, char (&answer)[kRateSize]) {
+  std::lock_guard<std::mutex> lock(g_ask_mutex);
   memset(answer, 0, sizeof(answer));
   const char* reply = sendMessage(request);
   if (reply != nullptr) strncpy(answer, reply, sizeof(answer) - 1);

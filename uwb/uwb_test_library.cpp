@@ -65,7 +65,9 @@ int init_uwb_handle(void) {
 }
 
 int close_uwb_handle(void) {
-  int ret = dlclose(g_handle);
+  // The phone's loader refuses a null handle with an error; glibc's would crash on it, so the
+  // never-opened case answers as the phone does.
+  int ret = g_handle != nullptr ? dlclose(g_handle) : -1;
   if (ret == 0) {
     g_handle = nullptr;
   } else {

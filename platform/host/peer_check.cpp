@@ -19,16 +19,22 @@ bool PeerAllowed(int fd, const char* service) {
   ucred peer{};
   socklen_t len = sizeof(peer);
   if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &len) != 0 || len != sizeof(peer)) {
-    __android_log_print(ANDROID_LOG_WARN, "orba_peer", "%s: refused a caller it cannot identify: %s",
-                        service, strerror(errno));
+    __android_log_print(ANDROID_LOG_WARN, "orba_peer",
+                        "%s: refused a caller it cannot identify: %s", service, strerror(errno));
     return false;
   }
   const uid_t own = geteuid();
   if (UidMayCall(peer.uid, own)) return true;
-  __android_log_print(ANDROID_LOG_WARN, "orba_peer",
-                      "%s: refused pid %d uid %u (serves uid %u and root)", service,
-                      static_cast<int>(peer.pid), static_cast<unsigned>(peer.uid),
-                      static_cast<unsigned>(own));
+  if (own == 0) {
+    __android_log_print(ANDROID_LOG_WARN, "orba_peer",
+                        "%s: refused pid %d uid %u (serves root only)", service,
+                        static_cast<int>(peer.pid), static_cast<unsigned>(peer.uid));
+  } else {
+    __android_log_print(ANDROID_LOG_WARN, "orba_peer",
+                        "%s: refused pid %d uid %u (serves uid %u and root)", service,
+                        static_cast<int>(peer.pid), static_cast<unsigned>(peer.uid),
+                        static_cast<unsigned>(own));
+  }
   return false;
 }
 

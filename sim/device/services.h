@@ -29,8 +29,9 @@ bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_r
                   std::string* error);
 // Stops a running service (SIGTERM, then SIGKILL after 3 s). Stopping a stopped one is fine.
 bool StopService(const SimContext& ctx, const ServiceSpec& service, std::string* error);
-// The pid of a running service, or 0.
-pid_t ServicePid(const ServiceSpec& service);
+// The pid of a running service, or 0. A pid file naming a process that is not this device's
+// service (another device's, a host process) reads as not running, with a note on stderr.
+pid_t ServicePid(const SimContext& ctx, const ServiceSpec& service);
 
 }  // namespace orba::sim
 

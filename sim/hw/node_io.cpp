@@ -9,57 +9,31 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <android-base/file.h>
-#include <android-base/unique_fd.h>
-
-#include <platform/devpath.h>
+#include "device_fs.h"
 
 namespace orba::sim::hw {
-namespace {
 
-bool MakeDirs(const std::string& device_dir) {
-  for (size_t pos = 1; pos != std::string::npos;) {
-    pos = device_dir.find('/', pos + 1);
-    DevPath path(device_dir.substr(0, pos).c_str());
-    if (mkdir(path, 0755) != 0 && errno != EEXIST) return false;
-  }
-  return true;
-}
-
-}  // namespace
+// The models run as root in a device root others write to: nodes are read and replaced through
+// device_fs.h, inside the root, under temporary names nobody can plant a link at beforehand.
 
 std::string ReadNode(const std::string& device_path) {
+  unique_fd fd = OpenInDevice(device_path, O_RDONLY);
   std::string text;
-  if (!android::base::ReadFileToString(DevPath(device_path.c_str()).c_str(), &text)) return "";
+  if (fd.get() < 0 || !ReadAll(fd.get(), &text, 1u << 20)) return "";
   return text;
 }
 
 bool ReplaceNode(const std::string& device_path, const std::string& text) {
-  size_t slash = device_path.rfind('/');
-  if (slash == std::string::npos || slash == 0) return false;
-  std::string dir = device_path.substr(0, slash);
-  // The temporary name starts with a dot so no one listing the class directory mistakes it for
-  // a node.
-  std::string temp = dir + "/." + device_path.substr(slash + 1) + ".new";
-  DevPath temp_path(temp.c_str());
-  DevPath final_path(device_path.c_str());
-  android::base::unique_fd fd(open(temp_path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-  if (fd < 0 && errno == ENOENT && MakeDirs(dir)) {
-    fd.reset(open(temp_path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-  }
-  if (fd < 0 || !android::base::WriteFully(fd, text.data(), text.size())) return false;
-  fd.reset();
-  return rename(temp_path, final_path) == 0;
+  return ReplaceDeviceFile(device_path, text, 0644);
 }
 
 void AppendRecord(const std::string& device_path, const std::string& line) {
   size_t slash = device_path.rfind('/');
-  if (slash != std::string::npos && slash > 0) MakeDirs(device_path.substr(0, slash));
-  android::base::unique_fd fd(
-      open(DevPath(device_path.c_str()), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
-  if (fd < 0) return;
+  if (slash != std::string::npos && slash > 0) MakeDirsInDevice(device_path.substr(0, slash), 0755);
+  unique_fd fd = OpenInDevice(device_path, O_WRONLY | O_CREAT | O_APPEND, 0644);
+  if (fd.get() < 0) return;
   std::string text = line + "\n";
-  android::base::WriteFully(fd, text.data(), text.size());
+  WriteAll(fd.get(), text.data(), text.size());
 }
 
 double Knob(const char* name, double fallback) {

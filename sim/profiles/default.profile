@@ -26,6 +26,10 @@ persist.sys.aftersale.qztem = 0
 persist.sys.fptype = udfp
 persist.radio.multisim.config = dsds
 sys.boot_completed = 1
+# a live laser sensor: its vendor library delivers these measurement words, the last repeated
+sim.laser.words = 0x002A0150,0x002A0152,0x0029014E
+# secure-storage tool answer (1 provisioned)
+sim.rpmb.result = 1
 # the pop-up camera's hardware models run
 sim.hw.enable = 1
 # engineer-mode app answers
@@ -36,8 +40,10 @@ sim.em.global.screen_brightness = 128
 camera_motor_type = fully_auto_pop
 camera_type = front[front_camera_main];back[rear_camera_main,rear_camera_wide,rear_camera_macro]
 laser_sensor = TMF8801
+laser_TMF8801_support = true
 fingerprint = udfp
 rotary_motor_parameters = deg0[10,20];deg180[170,190]
+ntc_temperature = I[board_ntc,pa_ntc,quiet_ntc];II[chg_ntc]
 
 [files]
 /proc/cmdline = console=ttyMSM0,115200n8 androidboot.hardware=qcom androidboot.mode=factory support_minidp=0
@@ -56,8 +62,18 @@ rotary_motor_parameters = deg0[10,20];deg180[170,190]
 /mnt/vendor/nvcfg/camera/sn_data_main = 4f524241434d3030303031
 /mnt/vendor/nvcfg/camera/sn_data_aux = 4f524241434d3030303032
 /mnt/vendor/nvcfg/camera/sn_data_front_main = 4f524241434d3030303033
-/vendor/etc/ntc.ini = [ntc]\nboard_ntc = /sys/class/thermal/thermal_zone0/temp\n
+/vendor/etc/ntc.ini = [type_i]\nboard_ntc = /sys/class/thermal/thermal_zone0/temp%1000\npa_ntc = /sys/class/thermal/thermal_zone1/temp%1000\n\n[type_ii]\nchg_ntc = /sys/class/thermal/thermal_zone2/temp%1000\n
 /sys/class/thermal/thermal_zone0/temp = 36500
+/sys/class/thermal/thermal_zone1/temp = 41200
+/sys/class/thermal/thermal_zone2/temp = 29800
+# storage identity: a Samsung eMMC and its BOM code
+/sys/block/mmcblk0/device/cid = 150100414a54443452100a1b2c3d4e00
+/system/etc/emmc_bom = 414A54443452=BOM-EMMC-S128G\n
+# the touch controller's self-test node (answered by the touch model)
+/sys/touchscreen/at_sensor_test =
+# security state: secure boot fused
+/proc/sec_oem_lcs = 0x00000003
+/proc/sec_en = 1
 
 [present]
 /system/app/orbaEngineerMode/orbaEngineerMode.apk

@@ -8,7 +8,6 @@
 #include <optional>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <orbafactory/config.h>
@@ -264,32 +263,6 @@ TEST(Dictionary, AcceptsForeignDictionaries) {
   EXPECT_EQ(dictionary_getstring_andkey(d, key, 15, val, 15, 2), 0);
   EXPECT_STREQ(key, "key0");
   iniparser_freedict(d);
-}
-
-}  // namespace
-
-namespace {
-
-// Each thread owns its dictionaries, while records are made and freed all around it: what one
-// thread frees must never make another's lookups wrong.
-TEST(Dictionary, ThreadsWithTheirOwnDictionaries) {
-  std::vector<std::thread> threads;
-  std::vector<int> failures(4, 0);
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([t, &failures] {
-      for (int round = 0; round < 300; ++round) {
-        std::string value = std::to_string(t * 1000 + round);
-        Dict d(dictionary_new(0));
-        for (int i = 0; i < 20; ++i) dictionary_set(d.get(), Key(i).c_str(), value.c_str());
-        for (int i = 0; i < 20; ++i) {
-          const char* got = dictionary_get(d.get(), Key(i).c_str(), nullptr);
-          if (got == nullptr || value != got) ++failures[t];
-        }
-      }
-    });
-  }
-  for (auto& th : threads) th.join();
-  EXPECT_EQ(failures, std::vector<int>(4, 0));
 }
 
 }  // namespace

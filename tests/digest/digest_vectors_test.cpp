@@ -175,6 +175,11 @@ TEST(Sha256, EveryRunnableBlockPathGivesThePublishedDigests) {
       EXPECT_EQ(paths.size(), 2u) << "the CPU has sha_ni but the x86 path was not offered";
     }
   }
+#elif defined(__aarch64__)
+  // The phone's cores have the SHA2 instructions, and so has the emulator's `-cpu max`: without
+  // this the Armv8 path would pass by never running.
+  ASSERT_EQ(paths.size(), 2u) << "the Armv8 SHA2 path was not offered";
+  EXPECT_STREQ(paths[1].name, "armv8-sha2");
 #endif
   for (const BlockPath& p : paths) {
     for (const Vector& v : Sha256Vectors()) {

@@ -96,8 +96,6 @@ TEST_F(PeerRefusalTest, AnotherUserIsRefusedByEveryListener) {
   StartAtcmd();
   ASSERT_TRUE(startServiceFromAtcid(kStockCameraComponent, nullptr, nullptr));
   ASSERT_TRUE(startServiceFromAtcid(kFingerprintComponent, nullptr, nullptr));
-  // The device root must be searchable by the other user only for what it asks the services to
-  // do; it asks, it never touches the files itself.
   const int calls_before = static_cast<int>(Calls().size());
 
   const std::vector<Target> targets = {
@@ -136,7 +134,8 @@ TEST_F(PeerRefusalTest, AnotherUserIsRefusedByEveryListener) {
   EXPECT_EQ(static_cast<int>(Calls().size()), calls_before) << "a refused request was served";
 
   // One refusal a connection, each naming who called.
-  const std::string who = "refused pid " + std::to_string(child) + " uid " + std::to_string(kNobody);
+  const std::string who =
+      "refused pid " + std::to_string(child) + " uid " + std::to_string(kNobody);
   int refusals = 0;
   for (const LogLine& line : log.Lines()) {
     if (line.raw.find(who) != std::string::npos) ++refusals;

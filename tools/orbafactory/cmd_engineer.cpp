@@ -24,7 +24,7 @@ std::string Join(const Args& words, size_t from) {
 const char* Arg(const Args& args, size_t i) { return i < args.size() ? args[i].c_str() : ""; }
 
 int PrintReply(const char* reply) {
-  if (reply == nullptr) return orba::cli::Error(kFailed, "no reply");
+  if (reply == nullptr) return orba::cli::Fail("no reply");
   printf("%s\n", reply);
   return kOk;
 }
@@ -48,8 +48,7 @@ int RunAction(const Args& args) {
   for (const Action& a : kActions) {
     if (args[0] != a.name) continue;
     if (!a.run(Arg(args, 1), Arg(args, 2), Arg(args, 3))) {
-      return orba::cli::Error(kFailed, "em action %s: refused or no engineer-mode service",
-                              a.name);
+      return orba::cli::Fail("em action %s: refused or no engineer-mode service", a.name);
     }
     printf("ok\n");
     return kOk;

@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 #include <errno.h>
+#include <platform/devpath.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
@@ -10,8 +11,6 @@
 
 #include <filesystem>
 #include <mutex>
-
-#include <platform/devpath.h>
 
 #include "cli.h"
 
@@ -80,7 +79,9 @@ std::string Base(const std::string& path) {
 PathFault CheckDirectory(std::string path, bool make_missing) {
   struct stat st;
   while (stat(DevPath(path.c_str()), &st) != 0) {
-    if (errno != ENOENT || !make_missing || path == "/" || path == ".") return {errno, path};
+    // A missing directory is made on the way; one under a file is not, so go up to the file.
+    bool absent = errno == ENOENT || errno == ENOTDIR;
+    if (!absent || !make_missing || path == "/" || path == ".") return {errno, path};
     path = Parent(path);
   }
   if (!S_ISDIR(st.st_mode)) return {ENOTDIR, path};
@@ -100,7 +101,8 @@ std::string Root() {
 // likely meant a host file.
 bool OnHost(const std::string& path, PathUse use) {
   struct stat st;
-  const std::string& dir = use == PathUse::kWrite ? Parent(path) : path;
+  bool file = use == PathUse::kWrite || use == PathUse::kCreate;
+  const std::string dir = file ? Parent(path) : path;
   if (stat(dir.c_str(), &st) != 0) return false;  // host path
   return use == PathUse::kRead ? !S_ISDIR(st.st_mode) : S_ISDIR(st.st_mode);
 }
@@ -112,8 +114,9 @@ std::string RelativeFromHere(const std::string& host_path) {
 }
 
 std::string HostFileHint(const PathCheck& c, const std::string& root) {
-  std::string text = "  note: orbafactory takes device paths, which lie under the simulated device's "
-                     "root " + root + "; " + c.path + " is on this host, not in the device.\n";
+  std::string text = "  note: orbafactory takes device paths, which lie under the simulated "
+                     "device's root " + root + "; " + c.path +
+                     " is on this host, not in the device.\n";
   const std::string relative = c.relative_ok ? RelativeFromHere(c.path) : "";
   const std::string name = Base(c.path);
   switch (c.use) {
@@ -124,10 +127,17 @@ std::string HostFileHint(const PathCheck& c, const std::string& root) {
               "/data/local/tmp/" + name + "\n";
       break;
     case PathUse::kWrite:
+    case PathUse::kCreate:
       text += "  To write on the host, ";
       if (!relative.empty()) text += "give a relative path (" + relative + ") or ";
       text += "write under the root (/data/local/tmp/" + name + ") and copy " + root +
               "/data/local/tmp/" + name + " out\n";
+      break;
+    case PathUse::kList:
+      text += "  To use the host directory, ";
+      if (!relative.empty()) text += "give it as a relative path (" + relative + ") or ";
+      text += "copy it into the root: cp -r " + c.path + " " + root + "/data/local/tmp/ and give " +
+              "/data/local/tmp/" + name + "\n";
       break;
     case PathUse::kDirectory:
       text += "  Give a directory in the device, such as /data/local/tmp/" + name +
@@ -137,10 +147,17 @@ std::string HostFileHint(const PathCheck& c, const std::string& root) {
   return text;
 }
 
-int Report(const std::string& message, const std::vector<PathCheck>& paths) {
+// `known`: the fault the step itself reported on the first path, if any.
+int Report(const std::string& message, const std::vector<PathCheck>& paths,
+           const PathFault* known = nullptr) {
   const PathCheck* culprit = nullptr;
   PathFault fault;
+  if (known != nullptr && !paths.empty()) {
+    culprit = &paths[0];
+    fault = *known;
+  }
   for (const PathCheck& c : paths) {
+    if (culprit != nullptr) break;
     fault = CheckDevicePath(c.path, c.use);
     if (fault.err != 0) {
       culprit = &c;
@@ -154,7 +171,8 @@ int Report(const std::string& message, const std::vector<PathCheck>& paths) {
     text += ": " + (named ? "" : fault.at + ": ") + strerror(fault.err) + "\n";
   } else {
     std::string cause = LastLibraryError();
-    text += cause.empty() ? " (no cause was logged; -v shows the library's log)\n" : ": " + cause + "\n";
+    text += cause.empty() ? " (no cause was logged; -v shows the library's log)\n"
+                          : ": " + cause + "\n";
   }
   for (const PathCheck& c : paths) {
     if (culprit != nullptr && &c != culprit) continue;
@@ -211,14 +229,20 @@ PathFault CheckDevicePath(const std::string& device_path, PathUse use) {
       if (S_ISDIR(st.st_mode)) return {EISDIR, device_path};
       if (access(resolved, R_OK) != 0) return {errno, device_path};
       return {};
+    case PathUse::kList:
+      if (stat(resolved, &st) != 0) return {errno, device_path};
+      if (!S_ISDIR(st.st_mode)) return {ENOTDIR, device_path};
+      if (access(resolved, R_OK | X_OK) != 0) return {errno, device_path};
+      return {};
     case PathUse::kWrite:
+    case PathUse::kCreate:
       if (stat(resolved, &st) == 0) {
         if (S_ISDIR(st.st_mode)) return {EISDIR, device_path};
         if (access(resolved, W_OK) != 0) return {errno, device_path};
         return {};
       }
       if (errno != ENOENT) return {errno, device_path};
-      return CheckDirectory(Parent(device_path), false);
+      return CheckDirectory(Parent(device_path), use == PathUse::kCreate);
     case PathUse::kDirectory:
       return CheckDirectory(device_path, true);
   }
@@ -233,6 +257,15 @@ std::string ResolvedPath(const std::string& device_path) {
   }
   DevPath resolved(device_path.c_str());
   return resolved.ok() ? std::string(resolved.c_str()) : device_path;
+}
+
+int FailErrno(int err, const PathCheck& path, const char* fmt, ...) {
+  va_list ap;
+  va_start(ap, fmt);
+  std::string message = Format(fmt, ap);
+  va_end(ap);
+  const PathFault known{err, path.path};
+  return Report(message, {path}, &known);
 }
 
 int FailPaths(const std::vector<PathCheck>& paths, const char* fmt, ...) {

@@ -33,7 +33,9 @@ int Fail(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 // What a failed step wanted of a path, so the check looks for the right thing.
 enum class PathUse {
   kRead,       // an existing, readable file
+  kList,       // an existing, readable directory
   kWrite,      // a file to create or overwrite: its directory must exist and take files
+  kCreate,     // a file to create, its missing directories made on the way
   kDirectory,  // a directory to create files under (made on the way if missing)
 };
 
@@ -62,6 +64,10 @@ struct PathCheck {
 // exists on the host but not in the device, how to reach the host file. Returns kFailed.
 int FailPaths(const std::vector<PathCheck>& paths, const char* fmt, ...)
     __attribute__((format(printf, 2, 3)));
+
+// As FailPaths, for a step that said itself which errno it met on the path.
+int FailErrno(int err, const PathCheck& path, const char* fmt, ...)
+    __attribute__((format(printf, 3, 4)));
 
 }  // namespace orba::cli
 

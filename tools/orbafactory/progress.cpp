@@ -1,14 +1,14 @@
 #include "progress.h"
 
+#include <platform/devpath.h>
 #include <stdio.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
-
-#include <platform/devpath.h>
 
 namespace orba::cli {
 namespace {
@@ -43,13 +43,45 @@ std::string Duration(double seconds) {
   return buf;
 }
 
-// "120.0 MiB of 300.0 MiB, 45.2 MiB/s, 0:03 left"
+const char* const kUnits[] = {"B", "KiB", "MiB", "GiB", "TiB"};
+constexpr size_t kUnitCount = sizeof(kUnits) / sizeof(kUnits[0]);
+
+// The unit a byte count reads best in, as an index into kUnits.
+size_t UnitOf(unsigned long long bytes) {
+  size_t unit = 0;
+  while (unit + 1 < kUnitCount && bytes >= (1ull << (10 * (unit + 1)))) ++unit;
+  return unit;
+}
+
+double InUnit(unsigned long long bytes, size_t unit) {
+  return static_cast<double>(bytes) / static_cast<double>(1ull << (10 * unit));
+}
+
+// "120.0/300.0 MiB": both in the total's unit, so the two read against each other.
+std::string Fraction(unsigned long long done, unsigned long long total) {
+  size_t unit = UnitOf(total);
+  if (unit == 0) return std::to_string(done) + "/" + std::to_string(total) + " B";
+  char buf[64];
+  snprintf(buf, sizeof(buf), "%.1f/%.1f %s", InUnit(done, unit), InUnit(total, unit), kUnits[unit]);
+  return buf;
+}
+
+// "45.2 MiB/s", "175 MiB/s": three figures are plenty for a rate that moves.
+std::string FormatRate(double bytes_per_second) {
+  std::string text = FormatBytes(static_cast<unsigned long long>(bytes_per_second));
+  size_t dot = text.find('.');
+  if (dot != std::string::npos && dot >= 3) text.erase(dot, 2);
+  return text + "/s";
+}
+
+// "120.0/300.0 MiB 45.2 MiB/s 0:03 left"
 std::string Amounts(unsigned long long done, unsigned long long size, double seconds) {
-  std::string text = FormatBytes(done) + " of " + FormatBytes(size);
-  // Too early for a rate that means anything.
-  if (seconds < 0.05 || done == 0) return text + ", -/s, -:-- left";
-  double rate = static_cast<double>(done) / seconds;
-  text += ", " + FormatBytes(static_cast<unsigned long long>(rate)) + "/s, ";
+  std::string text = Fraction(done, size);
+  // Too early for a rate that means anything, unless it is all there already.
+  const bool finished = done >= size && done > 0;
+  if (done == 0 || (seconds < 0.05 && !finished)) return text + " -/s -:-- left";
+  double rate = static_cast<double>(done) / (seconds > 0.001 ? seconds : 0.001);
+  text += " " + FormatRate(rate) + " ";
   double left = done >= size ? 0 : static_cast<double>(size - done) / rate;
   return text + Duration(left) + " left";
 }
@@ -63,25 +95,34 @@ size_t TerminalWidth() {
 }  // namespace
 
 std::string FormatBytes(unsigned long long bytes) {
-  static const char* const kUnits[] = {"KiB", "MiB", "GiB", "TiB"};
-  if (bytes < 1024) return std::to_string(bytes) + " B";
-  double value = static_cast<double>(bytes) / 1024;
-  size_t unit = 0;
-  while (value >= 1024 && unit + 1 < sizeof(kUnits) / sizeof(kUnits[0])) {
-    value /= 1024;
-    ++unit;
-  }
+  size_t unit = UnitOf(bytes);
+  if (unit == 0) return std::to_string(bytes) + " B";
   char buf[32];
-  snprintf(buf, sizeof(buf), "%.1f %s", value, kUnits[unit]);
+  snprintf(buf, sizeof(buf), "%.1f %s", InUnit(bytes, unit), kUnits[unit]);
   return buf;
 }
 
 std::string FormatTransfer(const char* verb, const TransferState& s, size_t width) {
-  std::string head = std::string(verb) + " ";
-  if (s.members > 1) head += std::to_string(s.member + 1) + "/" + std::to_string(s.members) + " ";
-  std::string tail = ": " + Amounts(s.member_done, s.member_size, s.member_seconds);
-  if (s.members > 1) tail += " | all: " + Amounts(s.done, s.total, s.seconds);
-  // The name gives way first, keeping its end (the file name); the amounts matter more.
+  const std::string count =
+      s.members > 1 ? std::to_string(s.member + 1) + "/" + std::to_string(s.members) + " " : "";
+  const std::string member = " " + Amounts(s.member_done, s.member_size, s.member_seconds);
+  const std::string all = s.members > 1 ? " | all " + Amounts(s.done, s.total, s.seconds) : "";
+  // On a narrow terminal the verb goes first, then the member's own rate (the whole run's is
+  // what the wait depends on), then the name shrinks to its end, the file name.
+  const std::string layouts[][2] = {
+      {std::string(verb) + " " + count, member + all},
+      {count, member + all},
+      {count, " " + Fraction(s.member_done, s.member_size) + all},
+  };
+  const size_t kShortestName = 12;
+  const size_t name_floor = std::min(s.name.size(), kShortestName);
+  size_t pick = 0;
+  while (pick + 1 < sizeof(layouts) / sizeof(layouts[0]) &&
+         layouts[pick][0].size() + name_floor + layouts[pick][1].size() >= width) {
+    ++pick;
+  }
+  const std::string& head = layouts[pick][0];
+  const std::string& tail = layouts[pick][1];
   std::string name = s.name;
   size_t fixed = head.size() + tail.size();
   size_t room = width > fixed + 1 ? width - fixed - 1 : 0;

@@ -3,8 +3,9 @@
 
 // Progress of a long transfer (ZIP extraction, copies) in bytes, on a terminal:
 //
-//   extracting 2/3 sub/b.bin: 120.0 MiB of 300.0 MiB, 45.2 MiB/s, 0:03 left | all: 130.0 MiB
-//   of 310.0 MiB, 45.0 MiB/s, 0:04 left
+//   extracting 2/3 sub/b.bin 120.0/300.0 MiB 45.2 MiB/s 0:03 left | all 130.0/310.0 MiB ...
+//
+// (the whole run's part goes on with its own rate and time left).
 //
 // The library's copy and extraction calls report nothing while they run, so a watcher thread
 // looks at how many bytes have reached each destination. When stdout is not a terminal nothing
@@ -41,8 +42,8 @@ struct TransferState {
 
 // "1.5 MiB", "512 B".
 std::string FormatBytes(unsigned long long bytes);
-// The progress line for a terminal `width` columns wide; the member's name is shortened to fit,
-// and the whole-run part is left out when there is only one member.
+// The progress line for a terminal `width` columns wide: the verb and the member's name give way
+// to fit; the whole-run part is left out when there is only one member.
 std::string FormatTransfer(const char* verb, const TransferState& state, size_t width);
 
 class TransferProgress {
