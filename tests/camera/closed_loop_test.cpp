@@ -77,7 +77,7 @@ TEST_F(CameraDeviceTest, HalfPopFindsTheMiddleHallPeak) {
   property_get("sys.rotary_camera.half_pop_hall_cali_data", value, "");
   int up = 0, middle = 0;
   ASSERT_EQ(sscanf(value, "%d %d", &up, &middle), 2) << value;
-  EXPECT_NEAR(middle, 1000, 30);
+  EXPECT_NEAR(middle, 1000, 80);  // the peak, far above the 200 at either end
 }
 
 TEST_F(CameraDeviceTest, RotateGoesTheLongWayAroundTheUnreachedAngle) {
