@@ -62,8 +62,10 @@ int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return
 class Device {
  public:
   explicit Device(const char* profile, std::vector<std::pair<std::string, std::string>> knobs = {}) {
-    char templ[] = "/tmp/orba-camera-bench-XXXXXX";
-    root_ = mkdtemp(templ);
+    const char* tmp = getenv("TMPDIR");
+    std::string templ = std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") +
+                        "/orba-camera-bench-XXXXXX";
+    root_ = mkdtemp(templ.data());
     rmdir(root_.c_str());
     ok_ = RunSim({"init", "--root", root_, "--profile", profile}) == 0;
     for (const auto& k : knobs) ok_ = ok_ && RunSim({"setprop", "--root", root_, k.first, k.second}) == 0;

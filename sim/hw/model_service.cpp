@@ -38,8 +38,11 @@ bool ModelService::Start(const std::string& ready_file, std::string* error) {
       HardwareModel* model = models_.back().get();
       for (const std::string& node : model->CommandNodes()) {
         // The directory, not the node: a test that replaces a node by rename keeps being seen.
+        // A driver takes a command when it is written, as a sysfs store does, not when the
+        // writer closes: writers sync the node first, which on a plain file takes milliseconds
+        // the module would spend moving.
         int wd = inotify_add_watch(inotify_fd_, DevPath(Parent(node).c_str()),
-                                   IN_CLOSE_WRITE | IN_MOVED_TO);
+                                   IN_MODIFY | IN_MOVED_TO);
         if (wd < 0) {
           *error = "cannot watch " + Parent(node) + ": " + strerror(errno);
           return false;

@@ -39,7 +39,7 @@ class PopModel : public HardwareModel {
     Advance(now);
     std::string text = ReadNode(kEnable);
     // A writer truncates the node before its text lands: a node read in between is empty, and
-    // the close of that very write brings the command a moment later.
+    // the text's own write brings the command a moment later.
     if (text.find_first_of("0123456789") == std::string::npos) return;
     long value = strtol(text.c_str(), nullptr, 10);
     AppendRecord("/data/sim/motor_log", std::to_string(WallMs()) + " motor " + std::to_string(value));

@@ -47,7 +47,7 @@ class RotaryModel : public HardwareModel {
     Advance(now);
     std::string text = ReadNode(node);
     // A writer truncates the node before its text lands: a node read in between is empty, and
-    // the close of that very write brings the command a moment later.
+    // the text's own write brings the command a moment later.
     if (text.find_first_of("0123456789") == std::string::npos) return;
     long value = strtol(text.c_str(), nullptr, 10);
     bool period = node == kPeriod;
