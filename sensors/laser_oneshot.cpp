@@ -30,8 +30,10 @@ namespace {
 
 constexpr int kDeadlineSeconds = 3;
 
-std::mutex g_mutex;
-std::condition_variable g_reader_done;
+// A detached reader can still be finishing while the process exits; these two are never
+// destroyed, so its last notify never touches a destroyed object.
+std::mutex& g_mutex = *new std::mutex;
+std::condition_variable& g_reader_done = *new std::condition_variable;
 bool g_reader_running = false;      // the recorded reading thread (none: false)
 sem_t g_data_sem;
 bool g_data_sem_open = false;

@@ -198,6 +198,17 @@ const prop_info* PropertyArea::Find(const char* name) const {
   }
 }
 
+namespace {
+// A value is copied while its writer may be changing it; the serial tells the reader to retry.
+// Byte-wise relaxed atomics make that overlap defined behaviour (and visible as such to the
+// thread sanitizer) where a plain memcpy would be a data race.
+void SeqlockCopy(char* to, const char* from) {
+  for (size_t i = 0; i < PROP_VALUE_MAX; ++i) {
+    __atomic_store_n(&to[i], __atomic_load_n(&from[i], __ATOMIC_RELAXED), __ATOMIC_RELAXED);
+  }
+}
+}  // namespace
+
 uint32_t PropertyArea::ReadValue(const prop_info* pi, char* value) {
   for (;;) {
     uint32_t before = pi->serial.load(std::memory_order_acquire);
@@ -205,7 +216,7 @@ uint32_t PropertyArea::ReadValue(const prop_info* pi, char* value) {
       FutexWait(&pi->serial, before, nullptr);
       continue;
     }
-    memcpy(value, pi->value, PROP_VALUE_MAX);
+    SeqlockCopy(value, pi->value);
     std::atomic_thread_fence(std::memory_order_acquire);
     if (pi->serial.load(std::memory_order_relaxed) == before) {
       value[PROP_VALUE_MAX - 1] = '\0';
@@ -245,7 +256,7 @@ int PropertyArea::Set(const char* name, const char* value, bool from_init) {
     uint32_t serial = pi->serial.load(std::memory_order_relaxed);
     pi->serial.store(serial | 1u, std::memory_order_relaxed);
     std::atomic_thread_fence(std::memory_order_release);
-    memcpy(pi->value, padded, sizeof(padded));
+    SeqlockCopy(pi->value, padded);
     pi->serial.store((serial | 1u) + 1u, std::memory_order_release);
     FutexWakeAll(&pi->serial);
   } else {
