@@ -59,7 +59,7 @@ void IniDumpIni(const dictionary* d, FILE* f) {
 int IniDumpPath(const dictionary* d, const char* path) {
   // Opening for writing empties the file: without a dictionary there is nothing to replace it.
   if (d == nullptr || path == nullptr) return -1;
-  FILE* f = fopen(DevPath(path), "w");
+  FILE* f = fopen(DevPath(path), "we");
   if (f == nullptr) return CurrentErrorCallback()("iniparser: cannot open %s\n", path);
   IniDumpIni(d, f);
   bool failed = fflush(f) != 0 || ferror(f) != 0;

@@ -52,7 +52,7 @@ bool StoreLine(dictionary* d, LineKind kind, LoadState& st) {
 }  // namespace
 
 dictionary* IniLoad(const char* path) {
-  UniqueFile in(path != nullptr ? fopen(DevPath(path), "r") : nullptr);
+  UniqueFile in(path != nullptr ? fopen(DevPath(path), "re") : nullptr);
   if (!in) {
     CurrentErrorCallback()("iniparser: cannot open %s\n", path != nullptr ? path : "(null)");
     return nullptr;

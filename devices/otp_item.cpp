@@ -1,16 +1,20 @@
-// The OTP item: a small hashed record at the start of a dedicated block device. A corrupt item
-// is never reported: it is reset to its default, so stations read zeros and can write afresh.
+// The OTP item: a small hashed record at the start of a dedicated block device. An item that
+// fails its hash is taken from its second copy; only when both fail is it reset to its default,
+// so stations read zeros and can write afresh.
 
+#include <errno.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <stddef.h>
-#include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
+#include <memory>
+
+#include <android-base/unique_fd.h>
+
 #include <orbafactory/devices.h>
 #include <orbafactory/digest.h>
-#include <orbafactory/persist.h>
 #include <platform/devpath.h>
 #include <platform/log.h>
 
@@ -56,12 +60,116 @@ void Rehash(OTP_NV_Item* item) {
   item->hash_verify_len = kDataSize;
 }
 
-// Writes one piece of the item at its own offset; read_backup/write_backup close the descriptor
-// when they fail, so the caller must not close it again then.
-bool WritePiece(int fd, const OTP_NV_Item* item, size_t offset, size_t size) {
-  return write_backup(fd, static_cast<off_t>(offset), static_cast<int>(size),
-                      reinterpret_cast<const unsigned char*>(item) + offset) == 0;
+// The item is kept twice: at 0, where everybody reads it, and a second copy in its own sector.
+// Every write goes to the second copy first, so whenever a power cut spoils one copy the other is
+// whole, and an item that fails its hash is taken from the second copy before it is ever reset.
+constexpr off_t kSecondCopyOffset = 512;
+constexpr off_t kLockedSpan = kSecondCopyOffset + static_cast<off_t>(sizeof(OTP_NV_Item));
+
+// The whole span of both copies, locked against other processes for one access (threads of this
+// process are kept apart by g_otp_mutex: record locks do not see them).
+class SpanLock {
+ public:
+  explicit SpanLock(int fd) : fd_(fd) { ok_ = Apply(F_WRLCK); }
+  ~SpanLock() {
+    if (ok_) Apply(F_UNLCK);
+  }
+  SpanLock(const SpanLock&) = delete;
+  SpanLock& operator=(const SpanLock&) = delete;
+  bool ok() const { return ok_; }
+
+ private:
+  bool Apply(short type) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 0;
+    lock.l_len = kLockedSpan;
+    return TEMP_FAILURE_RETRY(fcntl(fd_, F_SETLKW, &lock)) == 0;
+  }
+  int fd_;
+  bool ok_;
+};
+
+bool ReadCopy(int fd, off_t offset, OTP_NV_Item* item) {
+  return TEMP_FAILURE_RETRY(pread(fd, item, sizeof(*item), offset)) ==
+         static_cast<ssize_t>(sizeof(*item));
 }
+
+// Each write is synchronous (O_SYNC): one copy is on the device before the other is touched.
+bool WriteCopy(int fd, off_t offset, const OTP_NV_Item* item) {
+  return TEMP_FAILURE_RETRY(pwrite(fd, item, sizeof(*item), offset)) ==
+         static_cast<ssize_t>(sizeof(*item));
+}
+
+bool WriteBothCopies(int fd, const OTP_NV_Item* item) {
+  return WriteCopy(fd, kSecondCopyOffset, item) && WriteCopy(fd, 0, item);
+}
+
+enum class Found { kFirst, kSecond, kNeither, kUnreadable };
+
+// The item as the device holds it: the first copy if it verifies, else the second, else none.
+Found CurrentItem(int fd, OTP_NV_Item* item) {
+  if (!ReadCopy(fd, 0, item)) return Found::kUnreadable;
+  if (doCheckHash(item) == 0) return Found::kFirst;
+  OTP_NV_Item second;
+  if (ReadCopy(fd, kSecondCopyOffset, &second) && doCheckHash(&second) == 0) {
+    *item = second;
+    return Found::kSecond;
+  }
+  return Found::kNeither;
+}
+
+// One access: both locks, the item read, and a first copy that failed its hash put right (from
+// the second copy, or the default when neither holds). False when the device failed.
+class OtpAccess {
+ public:
+  explicit OtpAccess(OTP_NV_Item* item) : item_(item) {}
+  bool Open() {
+    fd_.reset(OpenOtp());
+    if (fd_.get() < 0) return false;
+    if (pthread_mutex_lock(&g_otp_mutex) != 0) {
+      OTP_LOGE("put otp nv to otp pthread_mutex_lock ERROR!\n");
+      return false;
+    }
+    locked_ = true;
+    span_ = std::make_unique<SpanLock>(fd_.get());
+    if (!span_->ok()) {
+      OTP_LOGE("can't lock the otp partition: %s\n", strerror(errno));
+      return false;
+    }
+    switch (CurrentItem(fd_.get(), item_)) {
+      case Found::kUnreadable:
+        OTP_LOGE("can't read the otp item: %s\n", strerror(errno));
+        return false;
+      case Found::kFirst:
+        return true;
+      case Found::kSecond:
+        OTP_LOGE("otp item restored from its second copy\r\n");
+        if (WriteCopy(fd_.get(), 0, item_)) return true;
+        break;
+      case Found::kNeither:
+        OTP_LOGE("do otp restore to default\r\n");
+        memset(item_, 0, sizeof(*item_));
+        Rehash(item_);
+        if (WriteBothCopies(fd_.get(), item_)) return true;
+        break;
+    }
+    OTP_LOGE("restore otp to default failed!\r\n");
+    return false;
+  }
+  int fd() const { return fd_.get(); }
+  ~OtpAccess() {
+    span_.reset();
+    if (locked_) pthread_mutex_unlock(&g_otp_mutex);
+  }
+
+ private:
+  OTP_NV_Item* item_;
+  android::base::unique_fd fd_;
+  bool locked_ = false;
+  std::unique_ptr<SpanLock> span_;
+};
 
 }  // namespace
 
@@ -92,96 +200,24 @@ int doCheckHash(const OTP_NV_Item* item) {
 
 int write_value_to_otp(int offset, const void* data, int size, int limit) {
   if (data == nullptr || !AccessAllowed(offset, size, limit)) return OTP_WRITE_FAILED();
-  int fd = OpenOtp();
-  if (fd < 0) return OTP_WRITE_FAILED();
-  auto* item = static_cast<OTP_NV_Item*>(malloc(sizeof(OTP_NV_Item)));
-  if (item == nullptr) {
-    OTP_LOGE("malloc fail\n");
-    close(fd);
+  OTP_NV_Item item;
+  OtpAccess otp(&item);
+  if (!otp.Open()) return OTP_WRITE_FAILED();
+  memcpy(reinterpret_cast<unsigned char*>(&item) + offset, data, static_cast<size_t>(size));
+  Rehash(&item);
+  if (!WriteBothCopies(otp.fd(), &item)) {
+    OTP_LOGE("write ofsset failed!\r\n");
     return OTP_WRITE_FAILED();
   }
-  if (pthread_mutex_lock(&g_otp_mutex) != 0) {
-    OTP_LOGE("put otp nv to otp pthread_mutex_lock ERROR!\n");
-    free(item);
-    close(fd);
-    return OTP_WRITE_FAILED();
-  }
-  int result = 0;
-  bool fd_open = true;
-  if (read_backup(fd, 0, sizeof(OTP_NV_Item), item) != 0) {
-    // An unreadable item is left alone and the call counts as done, as it always has.
-    fd_open = false;
-  } else {
-    if (doCheckHash(item) != 0) {
-      OTP_LOGE("do otp restore to default\r\n");
-      memset(item, 0, sizeof(*item));
-      if (!WritePiece(fd, item, 0, sizeof(*item))) {
-        OTP_LOGE("restore otp to default failed!\r\n");
-        fd_open = false;
-        result = -1;
-      }
-    }
-    if (result == 0) {
-      memcpy(reinterpret_cast<unsigned char*>(item) + offset, data, static_cast<size_t>(size));
-      Rehash(item);
-      // Data first, then the hash, then the length: a cut in between leaves a mismatch that the
-      // next access repairs.
-      if (!WritePiece(fd, item, static_cast<size_t>(offset), static_cast<size_t>(size))) {
-        OTP_LOGE("write ofsset failed!\r\n");
-        result = -1;
-      } else if (!WritePiece(fd, item, offsetof(OTP_NV_Item, hash), sizeof(item->hash))) {
-        OTP_LOGE("write hash256 failed!\r\n");
-        result = -1;
-      } else if (!WritePiece(fd, item, offsetof(OTP_NV_Item, hash_verify_len),
-                             sizeof(item->hash_verify_len))) {
-        OTP_LOGE("write hash_verify_len failed!\r\n");
-        result = -1;
-      }
-      if (result != 0) fd_open = false;
-    }
-  }
-  free(item);
-  if (fd_open) close(fd);
-  pthread_mutex_unlock(&g_otp_mutex);
-  return result == 0 ? 0 : OTP_WRITE_FAILED();
+  return 0;
 }
 
 int read_value_from_otp(int offset, void* out, int size, int limit) {
   if (out == nullptr || !AccessAllowed(offset, size, limit)) return OTP_READ_FAILED();
-  int fd = OpenOtp();
-  if (fd < 0) return OTP_READ_FAILED();
-  auto* item = static_cast<OTP_NV_Item*>(malloc(sizeof(OTP_NV_Item)));
-  if (item == nullptr) {
-    OTP_LOGE("malloc fail\n");
-    close(fd);
-    return OTP_READ_FAILED();
-  }
-  // Every failure past this point still returns 0 and leaves `out` untouched.
-  if (read_backup(fd, 0, sizeof(OTP_NV_Item), item) != 0) {
-    free(item);
-    return 0;
-  }
-  if (doCheckHash(item) != 0) {
-    OTP_LOGE("do otp restore to default\r\n");
-    memset(item, 0, sizeof(*item));
-    Rehash(item);
-    if (pthread_mutex_lock(&g_otp_mutex) != 0) {
-      OTP_LOGE("put otp nv to otp pthread_mutex_lock ERROR!\n");
-      free(item);
-      close(fd);
-      return 0;
-    }
-    bool written = WritePiece(fd, item, 0, sizeof(*item));
-    pthread_mutex_unlock(&g_otp_mutex);
-    if (!written) {
-      OTP_LOGE("restore otp to default failed!\r\n");
-      free(item);
-      return 0;
-    }
-  }
-  memcpy(out, reinterpret_cast<unsigned char*>(item) + offset, static_cast<size_t>(size));
-  close(fd);
-  free(item);
+  OTP_NV_Item item;
+  OtpAccess otp(&item);
+  if (!otp.Open()) return OTP_READ_FAILED();
+  memcpy(out, reinterpret_cast<unsigned char*>(&item) + offset, static_cast<size_t>(size));
   return 0;
 }
 

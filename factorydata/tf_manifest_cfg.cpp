@@ -30,7 +30,7 @@ void SkipRestOfLine(FILE* f) {
 }  // namespace
 
 tf_data_list* ListFromCfg() {
-  std::unique_ptr<FILE, FileCloser> f(fopen(DevPath(kCfgManifest), "r"));
+  std::unique_ptr<FILE, FileCloser> f(fopen(DevPath(kCfgManifest), "re"));
   if (!f) {
     ORBA_LOGD("/sdcard/.clear_sdcard.cfg open fail!");
     return nullptr;

@@ -4,7 +4,6 @@
 #include <pthread.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/stat.h>
 
 #include <orbafactory/persist.h>
 #include <platform/devpath.h>
@@ -13,6 +12,7 @@
 #include "back_nv_record.h"
 #include "backup_record.h"
 #include "backup_record_lock.h"
+#include "text_view.h"
 
 using namespace orba::persist;
 
@@ -24,32 +24,26 @@ constexpr const char kTextPath[] = "/data/vendor/engineermode/back_nv_item";
 pthread_mutex_t back_nv_mutex = PTHREAD_MUTEX_INITIALIZER;
 
 void WriteTextFile(const unsigned char* r) {
-  FILE* fp = fopen(DevPath(kTextPath), "w+");
-  if (fp == nullptr) {
-    ORBA_LOGE("write %s error:%s", kTextPath, strerror(errno));
-    return;
-  }
   char version[33] = {};
   memcpy(version, r + 52, 32);
-  fprintf(fp,
-          "ps_cali_data_b=%d\r\nps_cali_flag_b=%d\r\nps_cali_offset_b=%d\r\n"
-          "ps_cali_data_short_b=%d\r\nals_cali_data_b=%d\r\nals_cali_flag_b=%d\r\n"
-          "als_cali_ver_b=%s\r\ncct_cali_data_b=%f\r\nps_cali_data_low=%d\r\n"
-          "ps_cali_flag_low=%d\r\nps_cali_offset_low=%d\r\nps_cali_data_short_low=%d\r\n",
-          GetInt32(r, 16), GetInt32(r, 20), GetInt32(r, 24), GetInt32(r, 28), GetInt32(r, 44),
-          GetInt32(r, 48), version, static_cast<double>(GetFloat32(r, 84)), GetInt32(r, 100),
-          GetInt32(r, 104), GetInt32(r, 108), GetInt32(r, 112));
-  fprintf(fp, "als_cali_data_back=%d\r\n", GetInt32(r, 128));
-  fprintf(fp, "als_cali_flag_back=%d\r\n", GetInt32(r, 132));
-  fprintf(fp, "cct_data_lux1_back=%d\r\n", GetInt32(r, 136));
-  fprintf(fp, "light_sensor_leak_cali_factor_k1_back=%.2f\r\n",
-          static_cast<double>(GetFloat32(r, 140)));
-  fprintf(fp, "light_sensor_leak_offset_value_back=%.2f\r\n",
-          static_cast<double>(GetFloat32(r, 144)));
-  fprintf(fp, "light_sensor_leak_cali_flag_back=%d\r\n", GetInt32(r, 148));
-  fclose(fp);
-  if (chmod(DevPath(kTextPath), 0664) != 0) {
-    ORBA_LOGE("chmod %s error: %d, %s", kTextPath, errno, strerror(errno));
+  char text[2048];
+  const int len = snprintf(
+      text, sizeof(text),
+      "ps_cali_data_b=%d\r\nps_cali_flag_b=%d\r\nps_cali_offset_b=%d\r\n"
+      "ps_cali_data_short_b=%d\r\nals_cali_data_b=%d\r\nals_cali_flag_b=%d\r\n"
+      "als_cali_ver_b=%s\r\ncct_cali_data_b=%f\r\nps_cali_data_low=%d\r\n"
+      "ps_cali_flag_low=%d\r\nps_cali_offset_low=%d\r\nps_cali_data_short_low=%d\r\n"
+      "als_cali_data_back=%d\r\nals_cali_flag_back=%d\r\ncct_data_lux1_back=%d\r\n"
+      "light_sensor_leak_cali_factor_k1_back=%.2f\r\n"
+      "light_sensor_leak_offset_value_back=%.2f\r\nlight_sensor_leak_cali_flag_back=%d\r\n",
+      GetInt32(r, 16), GetInt32(r, 20), GetInt32(r, 24), GetInt32(r, 28), GetInt32(r, 44),
+      GetInt32(r, 48), version, static_cast<double>(GetFloat32(r, 84)), GetInt32(r, 100),
+      GetInt32(r, 104), GetInt32(r, 108), GetInt32(r, 112), GetInt32(r, 128), GetInt32(r, 132),
+      GetInt32(r, 136), static_cast<double>(GetFloat32(r, 140)),
+      static_cast<double>(GetFloat32(r, 144)), GetInt32(r, 148));
+  // Floats print at most ~50 characters: the view always fits.
+  if (len > 0 && static_cast<size_t>(len) < sizeof(text)) {
+    ReplaceTextView(kTextPath, text, static_cast<size_t>(len));
   }
 }
 

@@ -1,16 +1,11 @@
 // The key=value text view of the XOLE NV record that the engineer-mode app reads, one line per
 // field of xole_nv_fields.h.
 
-#include <errno.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <platform/devpath.h>
-#include <platform/log.h>
 
 #include "backup_record.h"
+#include "text_view.h"
 #include "xole_nv_fields.h"
 
 namespace orba::persist {
@@ -60,7 +55,6 @@ int FormatField(const unsigned char* record, const Field& f, char* out, size_t s
 }  // namespace
 
 void WriteXoleNvDump(const unsigned char* record) {
-  // Composed before the old file goes, so the file is missing for as short a time as possible.
   char text[16384];
   size_t len = static_cast<size_t>(snprintf(text, sizeof(text), "nv=%s\r\n", kDumpPath));
   for (const Field& f : kFields) {
@@ -71,17 +65,7 @@ void WriteXoleNvDump(const unsigned char* record) {
     text[len++] = '\n';
   }
 
-  unlink(DevPath(kDumpPath));
-  FILE* fp = fopen(DevPath(kDumpPath), "a");
-  if (fp == nullptr) {
-    ORBA_LOGE("fopen %s error:%s", kDumpPath, strerror(errno));
-    return;
-  }
-  fwrite(text, 1, len, fp);
-  fclose(fp);
-  if (chmod(DevPath(kDumpPath), 0664) != 0) {
-    ORBA_LOGE("chmod %s error: %d, %s", kDumpPath, errno, strerror(errno));
-  }
+  ReplaceTextView(kDumpPath, text, len);
 }
 
 }  // namespace orba::persist

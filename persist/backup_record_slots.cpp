@@ -24,9 +24,11 @@ int OpenXoleNvForRead() {
   return fd;
 }
 
+// Not O_SYNC: that would make each of a slot's two writes a flush of its own. A slot is made
+// durable by the one fdatasync that ends its write instead, before anything touches the other
+// copy; that order is what keeps one good copy on the device at every moment.
 int OpenXoleNvForWrite() {
-  const int fd =
-      TEMP_FAILURE_RETRY(open(DevPath(kPlatformBackupPath), O_RDWR | O_SYNC | O_CLOEXEC));
+  const int fd = TEMP_FAILURE_RETRY(open(DevPath(kPlatformBackupPath), O_RDWR | O_CLOEXEC));
   if (fd < 0) ORBA_LOGE("open %s error:%s", kPlatformBackupPath, strerror(errno));
   return fd;
 }
@@ -56,6 +58,8 @@ int ReadXoleNvSlot(int fd, unsigned char* record, unsigned slot) {
 // Until step 2 completes the slot is invalid, and the get ladder takes the other copy. A cut
 // within the first 16 bytes of step 1 leaves the extension untouched, so whatever still
 // verifies is the old record whole. Two writes per slot, the least that keeps this true.
+// Both land in the same page, which the single fdatasync below writes out as one; a failed
+// sync fails the slot, since the caller must not go on to the other copy with this one unsure.
 int WriteXoleNvSlot(int fd, unsigned char* record, unsigned slot) {
   digest::Md5(record, kDigestedBytes, record + kDigestOffset);
   unsigned char image[kSlotSize] = {};
@@ -82,8 +86,12 @@ int WriteXoleNvSlot(int fd, unsigned char* record, unsigned slot) {
     }
   }
   ORBA_LOGD("backup fdatasync begin\r\n");
-  fdatasync(fd);
+  const int synced = fdatasync(fd);
   ORBA_LOGD("backup fdatasync end\r\n");
+  if (synced != 0) {
+    ORBA_LOGE("fdatasync %s error:%s", kPlatformBackupPath, strerror(errno));
+    return 0;
+  }
   return 1;
 }
 

@@ -7,10 +7,10 @@
 #include <stdio.h>
 #include <string.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 
 #include <android-base/unique_fd.h>
@@ -18,6 +18,7 @@
 #include <orbafactory/persist.h>
 #include <platform/devpath.h>
 #include <platform/log.h>
+#include <platform/spawn.h>
 
 #include "log_capture_files.h"
 
@@ -25,7 +26,8 @@ namespace orba::persist {
 
 FILE* RecreateCaptureFile(const char* path) {
   remove(DevPath(path));
-  return fopen(DevPath(path), "w+");
+  // "e": the capture file must not leak into the logcat child or anything else started later.
+  return fopen(DevPath(path), "w+e");
 }
 
 namespace {
@@ -41,18 +43,13 @@ class LogReaderChild {
     if (!program.ok() || pipe2(fds, O_CLOEXEC) != 0) return;
     android::base::unique_fd read_end(fds[0]);
     android::base::unique_fd write_end(fds[1]);
-    const pid_t parent = getpid();
-    pid_t pid = fork();
+    orba::platform::ChildOptions options;
+    options.stdout_fd = write_end.get();
+    // The reader goes with the capture thread, so a daemon that exits mid-capture does not leave
+    // a logcat following the log forever.
+    options.end_with_parent = true;
+    pid_t pid = orba::platform::StartChild(program.c_str(), {"logcat"}, options);
     if (pid < 0) return;
-    if (pid == 0) {
-      // Only async-signal-safe calls between fork and exec: the parent has other threads.
-      // The reader goes with the capture thread, so a daemon that exits mid-capture does not
-      // leave a logcat following the log forever.
-      if (prctl(PR_SET_PDEATHSIG, SIGTERM) != 0 || getppid() != parent) _exit(127);
-      if (dup2(write_end.get(), STDOUT_FILENO) < 0) _exit(127);
-      execl(program.c_str(), "logcat", static_cast<char*>(nullptr));
-      _exit(127);
-    }
     pid_ = pid;
     fd_ = std::move(read_end);
   }
@@ -60,9 +57,7 @@ class LogReaderChild {
     if (pid_ <= 1) return;
     fd_.reset();
     kill(pid_, SIGTERM);
-    int status = 0;
-    while (waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
-    }
+    orba::platform::WaitChild(pid_);
   }
   LogReaderChild(const LogReaderChild&) = delete;
   LogReaderChild& operator=(const LogReaderChild&) = delete;
@@ -74,22 +69,49 @@ class LogReaderChild {
   android::base::unique_fd fd_;
 };
 
-// Copies chunks from a log source into the capture file until the cap or the source's end.
-// Each chunk reaches the file at once: the line may pull it while the capture runs, and a daemon
-// killed mid-capture loses nothing it has read. Read failures are logged in the thread's name.
-long CopyCapped(int source, FILE* out, long cap, const char* thread) {
-  char chunk[kCaptureChunkSize];
+// Writes one piece to the capture file and pushes it out. False (logged) when the file took less
+// than all of it: a full data partition ends the capture rather than leaving a silent gap.
+bool Append(FILE* out, const char* data, size_t size, const char* thread) {
+  if (fwrite(data, 1, size, out) != size || fflush(out) != 0) {
+    ORBA_LOG_AS(ANDROID_LOG_ERROR, thread, "write capture error: '%s'", strerror(errno));
+    return false;
+  }
+  return true;
+}
+
+// Copies a log source into the capture file until the cap or the source's end. Each read
+// reaches the file at once: the line may pull it while the capture runs, and a daemon killed
+// mid-capture loses nothing it has read. Read failures are logged in the thread's name.
+//
+// The kernel log answers a read with one whole record, or EINVAL when the buffer is shorter than
+// the record, so its reads take a buffer of the kernel's largest record; what is read goes to
+// the file in chunks of at most kCaptureChunkSize. EPIPE means the kernel overwrote records
+// before they were read: the loss is noted in the capture, which goes on with the next record.
+long CopyCapped(int source, FILE* out, long cap, size_t read_size, const char* thread) {
+  static constexpr char kOverrun[] = "\n--- kernel log overrun: records were lost here ---\n";
+  char buf[kKmsgRecordMax];
+  if (read_size > sizeof(buf)) read_size = sizeof(buf);
   long total = 0;
   while (total < cap) {
-    ssize_t n = read(source, chunk, sizeof(chunk));
+    ssize_t n = read(source, buf, read_size);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0 && errno == EPIPE) {
+      if (!Append(out, kOverrun, sizeof(kOverrun) - 1, thread)) break;
+      total += static_cast<long>(sizeof(kOverrun) - 1);
+      continue;
+    }
     if (n <= 0) {
       // The same words for both threads, though only one of them reads the kernel log.
       ORBA_LOG_AS(ANDROID_LOG_DEBUG, thread, "read kernel %d error: '%s'", static_cast<int>(n),
                   strerror(errno));
       break;
     }
-    fwrite(chunk, 1, static_cast<size_t>(n), out);
-    fflush(out);
+    bool written = true;
+    for (ssize_t off = 0; off < n && written; off += kCaptureChunkSize) {
+      const size_t piece = std::min(static_cast<size_t>(n - off), kCaptureChunkSize);
+      written = Append(out, buf + off, piece, thread);
+    }
+    if (!written) break;
     total += n;
   }
   return total;
@@ -123,7 +145,7 @@ extern "C" void* pthread_logcat(void* /*unused*/) {
   if (logcat.fd() < 0) {
     ORBA_LOGD("fopen /system/bin/logcat errno: %s", strerror(errno));
   } else {
-    long total = CopyCapped(logcat.fd(), out, kAdbLogCap, __func__);
+    long total = CopyCapped(logcat.fd(), out, kAdbLogCap, kCaptureChunkSize, __func__);
     ORBA_LOGD("size:%d", static_cast<int>(total));
   }
   return EndCapture(out, __func__);
@@ -141,7 +163,7 @@ extern "C" void* pthread_kmsg(void* /*unused*/) {
   if (kmsg.get() < 0) {
     ORBA_LOGD("open %s failed: %s", kKmsgPath, strerror(errno));
   } else {
-    long total = CopyCapped(kmsg.get(), out, kKernelLogCap, __func__);
+    long total = CopyCapped(kmsg.get(), out, kKernelLogCap, kKmsgRecordMax, __func__);
     ORBA_LOGD("byteCount: %d", static_cast<int>(total));
   }
   return EndCapture(out, __func__);

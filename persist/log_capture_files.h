@@ -15,10 +15,12 @@ constexpr const char kLogcatPath[] = "/system/bin/logcat";
 constexpr const char kKmsgPath[] = "/dev/kmsg";
 
 // The caps bound the space the captures take on the data partition; a capture stops at the
-// first chunk that reaches its cap, so a file may end up to one chunk past it.
+// first read that reaches its cap, so a file may end up to one read past it.
 constexpr long kAdbLogCap = 20971520;
 constexpr long kKernelLogCap = 10485760;
 constexpr size_t kCaptureChunkSize = 1024;
+// The longest record a read of the kernel log returns (the kernel's CONSOLE_EXT_LOG_MAX).
+constexpr size_t kKmsgRecordMax = 8192;
 
 // Removes `path` and creates it anew, so a file always holds one capture only.
 FILE* RecreateCaptureFile(const char* path);

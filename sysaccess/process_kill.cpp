@@ -22,6 +22,8 @@
 #include <platform/devpath.h>
 #include <platform/log.h>
 
+#include "shell_metachars.h"
+
 namespace {
 
 // Only a real process id: never 0 (our group), never -1 (everything), never init.
@@ -33,6 +35,15 @@ bool ParsePid(const char* text, pid_t* pid) {
   if (errno != 0 || *end != '\0' || v <= 1 || v > INT_MAX) return false;
   *pid = static_cast<pid_t>(v);
   return true;
+}
+
+// The name is pasted into "ps | grep  NAME ": besides the shell's own metacharacters, blanks,
+// quotes, backslashes and glob characters would give grep other arguments or files to read, and
+// a leading '-' would make the name an option. Process names never need any of them.
+bool SafeProcessName(const char* name) {
+  if (name[0] == '\0' || name[0] == '-') return false;
+  if (name[strcspn(name, orba::sysaccess::kShellMetacharacters)] != '\0') return false;
+  return name[strcspn(name, " \t\r'\"\\*?[]{}~!#")] == '\0';
 }
 
 bool StartsWith(const std::string& s, const std::string& prefix) {
@@ -179,6 +190,10 @@ extern "C" ORBA_EXPORT int killprocess(const char* name) {
     ORBA_LOGE("name is null");
     return 0;
   }
+  if (!SafeProcessName(name)) {
+    ORBA_LOGE("refused process name: %s", name);
+    return 0;
+  }
   char cmd[100];
   int n = snprintf(cmd, sizeof(cmd), "ps | grep  %s ", name);
   if (n < 0 || static_cast<size_t>(n) >= sizeof(cmd)) {
@@ -197,7 +212,8 @@ extern "C" ORBA_EXPORT int killprocess(const char* name) {
     char* field = strtok_r(line, " \t\n", &save);
     field = field != nullptr ? strtok_r(nullptr, " \t\n", &save) : nullptr;
     pid_t pid;
-    if (!ParsePid(field, &pid)) continue;
+    // Never the caller itself: its own command line may well contain the name it looks for.
+    if (!ParsePid(field, &pid) || pid == getpid()) continue;
     int ret = kill(pid, SIGTERM);
     ORBA_LOGE("kill:%s, ret:%d\n", field, ret);
   }

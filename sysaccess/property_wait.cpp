@@ -74,7 +74,11 @@ extern "C" ORBA_EXPORT int get_property_with_len(const char* name, char* value, 
   if (len < 1 || name == nullptr || value == nullptr || default_value == nullptr) return -1;
   const prop_info* pi = __system_property_find(name);
   if (pi == nullptr) {
+    // strncpy's zero fill, but a default that fills the buffer is cut one byte short so the
+    // value always reads as a string (orbaatcmd_get_system_property hands its 92-byte buffer
+    // here when the service is away).
     strncpy(value, default_value, static_cast<size_t>(len));
+    value[len - 1] = '\0';
     return 0;
   }
   CopyRequest req{value, len, default_value};

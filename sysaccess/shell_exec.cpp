@@ -12,6 +12,9 @@
 #include <orbafactory/sysaccess.h>
 #include <platform/devpath.h>
 #include <platform/log.h>
+#include <platform/spawn.h>
+
+#include "shell_metachars.h"
 
 extern "C" ORBA_EXPORT int ext_system(const char* cmd, char* out, int len) {
   // A zero length has no room for the terminator written below, so it is refused as well.
@@ -58,9 +61,14 @@ void ReapLater(pid_t pid) {
 }
 
 // Only these vendor tools may be run through exec_shell_vendor, matched by their beginning.
-bool IsWhitelisted(const char* cmd) {
-  return strncmp(cmd, "/vendor/app/bRPMB-CMD", 21) == 0 ||
-         strncmp(cmd, "tlcrpmb_gp getflag", 18) == 0;
+// The command still goes to "sh -c", so whatever follows the tool's name must not be able to
+// start a second command, redirect, or substitute: a name is a prefix, not a licence. Arguments
+// of these tools are plain words, so a correct caller never needs any of these characters.
+// Returns the length of the whitelisted prefix, or 0.
+size_t WhitelistedPrefix(const char* cmd) {
+  if (strncmp(cmd, "/vendor/app/bRPMB-CMD", 21) == 0) return 21;
+  if (strncmp(cmd, "tlcrpmb_gp getflag", 18) == 0) return 18;
+  return 0;
 }
 
 }  // namespace
@@ -70,8 +78,14 @@ extern "C" ORBA_EXPORT int exec_shell_vendor(const char* cmd, char* out, int len
     ORBA_LOGE("system paramer invalid!");
     return -1;
   }
-  if (!IsWhitelisted(cmd)) {
+  const size_t prefix = WhitelistedPrefix(cmd);
+  if (prefix == 0) {
     ORBA_LOGE("not support cmd!");
+    return -1;
+  }
+  const size_t special = strcspn(cmd + prefix, orba::sysaccess::kShellMetacharacters);
+  if (cmd[prefix + special] != '\0') {
+    ORBA_LOGE("not support cmd! shell metacharacter at %zu: %s", prefix + special, cmd);
     return -1;
   }
   int fds[2];
@@ -81,21 +95,13 @@ extern "C" ORBA_EXPORT int exec_shell_vendor(const char* cmd, char* out, int len
   }
   android::base::unique_fd read_end(fds[0]);
   android::base::unique_fd write_end(fds[1]);
-  // Resolved before fork: the child only execs.
   DevPath shell("/vendor/bin/sh");
-  const char* const argv[] = {"sh", "-c", cmd, nullptr};
-  pid_t pid = fork();
+  orba::platform::ChildOptions options;
+  options.stdout_fd = write_end.get();
+  pid_t pid = orba::platform::StartChild(shell, {"sh", "-c", cmd}, options);
   if (pid < 0) {
     ORBA_LOGE("fork fail.");
     return -1;
-  }
-  if (pid == 0) {
-    close(read_end.get());
-    if (write_end.get() != STDOUT_FILENO) {
-      dup2(write_end.get(), STDOUT_FILENO);  // dup2 clears O_CLOEXEC on the copy
-    }
-    execv(shell, const_cast<char* const*>(argv));
-    _exit(127);
   }
   write_end.reset();
 

@@ -19,6 +19,7 @@
 #include <platform/hal_wire.h>
 #include <platform/host/device_init.h>
 #include <platform/host/device_root.h>
+#include <platform/host/local_socket.h>
 
 #include "atcmd_service.h"
 
@@ -53,21 +54,12 @@ BenchDevice& Device() {
   return device;
 }
 
-socklen_t AbstractAddress(const char* name, sockaddr_un* addr) {
-  memset(addr, 0, sizeof(*addr));
-  addr->sun_family = AF_UNIX;
-  size_t len = strlen(name);
-  memcpy(addr->sun_path + 1, name, len);
-  return static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + len);
-}
-
 // The baseline server: one thread, accept, read one request, write a fixed reply, close.
 class RawServer {
  public:
   RawServer() {
-    len_ = AbstractAddress("orba-bench-raw", &addr_);
-    fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (bind(fd_, reinterpret_cast<sockaddr*>(&addr_), len_) != 0 || listen(fd_, 64) != 0) abort();
+    fd_ = orba::platform::ListenDeviceSocket(kRawName, 64).release();
+    if (fd_ < 0) abort();
     thread_ = std::thread([this] {
       char buf[256];
       const char reply[] = "\x0e\x00\x00\x00i\x04\x00\x00\x00\x00\x00\x00\x00s\x0a\x00\x00\x00"
@@ -88,17 +80,15 @@ class RawServer {
     close(fd_);
     thread_.join();
   }
-  const sockaddr_un& addr() const { return addr_; }
-  socklen_t len() const { return len_; }
+  static constexpr const char* kRawName = "orba-bench-raw";
 
  private:
-  sockaddr_un addr_;
-  socklen_t len_;
   int fd_;
   std::thread thread_;
 };
 
 void BM_RawSocketRoundTrip(benchmark::State& state) {
+  Device();  // the socket name follows the device root: fix it before the server binds
   static RawServer server;
   // The same request bytes a getSystemProperty call sends.
   orba::hal::WireWriter w;
@@ -109,16 +99,14 @@ void BM_RawSocketRoundTrip(benchmark::State& state) {
   w.Finish(&request);
   char reply[256];
   for (auto _ : state) {
-    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (connect(fd, reinterpret_cast<const sockaddr*>(&server.addr()), server.len()) != 0) {
+    android::base::unique_fd fd = orba::platform::ConnectDeviceSocket(RawServer::kRawName);
+    if (fd.get() < 0) {
       state.SkipWithError("connect");
-      close(fd);
       break;
     }
-    if (write(fd, request.data(), request.size()) < 0) state.SkipWithError("write");
-    ssize_t n = read(fd, reply, sizeof(reply));
+    if (write(fd.get(), request.data(), request.size()) < 0) state.SkipWithError("write");
+    ssize_t n = read(fd.get(), reply, sizeof(reply));
     benchmark::DoNotOptimize(n);
-    close(fd);
   }
 }
 BENCHMARK(BM_RawSocketRoundTrip)->UseRealTime();

@@ -7,14 +7,12 @@
 
 #include <errno.h>
 #include <string.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <string>
 
 #include <android-base/unique_fd.h>
-#include <platform/devpath.h>
+#include <platform/host/local_socket.h>
 #include <platform/hal_wire.h>
 
 namespace orba::hal {
@@ -24,22 +22,7 @@ using android::base::unique_fd;
 
 // Connects to the instance's socket; an invalid fd when nobody listens there.
 unique_fd ConnectInstance(const char* descriptor, const char* instance) {
-  std::string name = HalSocketName(descriptor, instance);
-  DevSocketName dev(name.c_str());
-  sockaddr_un addr{};
-  addr.sun_family = AF_UNIX;
-  size_t len = strlen(dev.c_str());
-  if (len + 1 > sizeof(addr.sun_path)) return unique_fd();
-  memcpy(addr.sun_path + 1, dev.c_str(), len);  // abstract: leading NUL
-  socklen_t addr_len = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + len);
-  unique_fd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (fd.get() < 0) return unique_fd();
-  int rc;
-  do {
-    rc = connect(fd.get(), reinterpret_cast<const sockaddr*>(&addr), addr_len);
-  } while (rc != 0 && errno == EINTR);
-  if (rc != 0) return unique_fd();
-  return fd;
+  return orba::platform::ConnectDeviceSocket(HalSocketName(descriptor, instance).c_str());
 }
 
 const char* Str(const char* s) { return s != nullptr ? s : ""; }

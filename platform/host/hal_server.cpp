@@ -17,6 +17,8 @@
 
 #include <android/log.h>
 #include <platform/devpath.h>
+#include <platform/host/local_socket.h>
+#include <platform/host/peer_check.h>
 
 namespace orba::hal {
 
@@ -25,8 +27,7 @@ namespace orba::hal {
 struct HalServer::State {
   Handler handler;
   std::string name;
-  sockaddr_un addr{};
-  socklen_t addr_len = 0;
+  orba::platform::AbstractAddress addr{};
   int listen_fd = -1;
   bool stopping = false;  // under mu
   std::mutex mu;
@@ -115,7 +116,8 @@ void Worker(std::shared_ptr<HalServer::State> s) {
     timeval tv{kIoTimeoutSeconds, 0};
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
     setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof(tv));
-    Serve(*s, fd);
+    // Stop()'s wake-up connections come from this process, so they pass like any own caller.
+    if (orba::host::PeerAllowed(fd, s->name.c_str())) Serve(*s, fd);
     close(fd);
     std::lock_guard<std::mutex> lock(s->mu);
     --s->busy;
@@ -138,27 +140,13 @@ HalServer::~HalServer() { Stop(); }
 
 int HalServer::Start() {
   if (state_ != nullptr) return -EALREADY;
-  DevSocketName dev(name_.c_str());
-  sockaddr_un addr{};
-  addr.sun_family = AF_UNIX;
-  size_t len = strlen(dev.c_str());
-  if (len + 1 > sizeof(addr.sun_path)) return -ENAMETOOLONG;
-  memcpy(addr.sun_path + 1, dev.c_str(), len);
-  socklen_t addr_len = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + len);
-
   auto s = std::make_shared<State>();
+  if (!orba::platform::DeviceSocketAddress(name_.c_str(), &s->addr)) return -ENAMETOOLONG;
   s->handler = handler_;
   s->name = name_;
-  s->addr = addr;
-  s->addr_len = addr_len;
-  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd < 0) return -errno;
-  if (bind(fd, reinterpret_cast<const sockaddr*>(&addr), addr_len) != 0 || listen(fd, 128) != 0) {
-    int err = errno;
-    close(fd);
-    return -err;
-  }
-  s->listen_fd = fd;
+  android::base::unique_fd listener = orba::platform::ListenDeviceSocket(name_.c_str(), 128);
+  if (listener.get() < 0) return -errno;
+  s->listen_fd = listener.release();
   std::lock_guard<std::mutex> lock(s->mu);
   for (int i = 0; i < kInitialWorkers; ++i) SpawnWorker(s);
   state_ = std::move(s);
@@ -178,7 +166,7 @@ void HalServer::Stop(int drain_ms) {
     for (int k = 0; k < waiting; ++k) {
       int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
       if (fd < 0) break;
-      connect(fd, reinterpret_cast<const sockaddr*>(&s->addr), s->addr_len);
+      connect(fd, s->addr.get(), s->addr.size);
       close(fd);
     }
     lock.lock();

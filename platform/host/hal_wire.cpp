@@ -5,6 +5,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <android-base/file.h>
+
 namespace orba::hal {
 namespace {
 
@@ -19,17 +21,6 @@ uint32_t Le32(const char* p) {
   const unsigned char* b = reinterpret_cast<const unsigned char*>(p);
   return static_cast<uint32_t>(b[0]) | static_cast<uint32_t>(b[1]) << 8 |
          static_cast<uint32_t>(b[2]) << 16 | static_cast<uint32_t>(b[3]) << 24;
-}
-
-bool ReadFully(int fd, char* buf, size_t size) {
-  size_t done = 0;
-  while (done < size) {
-    ssize_t n = read(fd, buf + done, size - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    done += static_cast<size_t>(n);
-  }
-  return true;
 }
 
 }  // namespace
@@ -146,7 +137,7 @@ bool WireReceive(int fd, std::string* body) {
   if (body->size() == len) return true;
   size_t have = body->size();
   body->resize(len);
-  return ReadFully(fd, body->data() + have, len - have);
+  return android::base::ReadFully(fd, body->data() + have, len - have);
 }
 
 std::string HalSocketName(const char* descriptor, const char* instance) {

@@ -91,17 +91,22 @@ class FileLock {
 unsigned char* MapArea(bool create, int* fd_out) {
   DevPath path(kAreaPath);
   if (!path.ok()) return static_cast<unsigned char*>(MAP_FAILED);
-  if (create) {
-    DevPath dir("/dev");
-    mkdir(dir, 0755);
-  }
-  int fd = open(path, O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0), 0666);
-  if (fd < 0 && !create) fd = open(path, O_RDONLY | O_CLOEXEC);
+  DevPath dir("/dev");
+  if (create) mkdir(dir, 0755);
+  // The device's services map this file shared and write into it as root: neither "/dev" nor the
+  // file may be a link, or a planted one would have them write into a file of the host.
+  int dir_fd = open(dir, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (dir_fd < 0) return static_cast<unsigned char*>(MAP_FAILED);
+  const char* leaf = kAreaPath + strlen("/dev/");
+  int fd = openat(dir_fd, leaf, O_RDWR | O_NOFOLLOW | O_CLOEXEC | (create ? O_CREAT : 0), 0666);
+  if (fd < 0 && !create) fd = openat(dir_fd, leaf, O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+  close(dir_fd);
   if (fd < 0) return static_cast<unsigned char*>(MAP_FAILED);
   int prot = PROT_READ | ((fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDWR ? PROT_WRITE : 0);
 
   struct stat st;
-  if (fstat(fd, &st) != 0 || (static_cast<size_t>(st.st_size) < kAreaSize && !create)) {
+  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) ||
+      (static_cast<size_t>(st.st_size) < kAreaSize && !create)) {
     close(fd);
     return static_cast<unsigned char*>(MAP_FAILED);
   }

@@ -13,76 +13,64 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <android-base/unique_fd.h>
 #include <android/log.h>
 #include <platform/devpath.h>
 
 #include "atcmd_service.h"
 #include "child_process.h"
-#include "confined_path.h"
+#include "device_fs.h"
+#include "zip_extract.h"
+
+// Every path a client sends is a device path, and this process is root on a workstation: each
+// one is opened through device_fs.h, so it resolves inside the device root with its links, and
+// the descriptor that was checked is the one that is used.
 
 namespace orba::sim {
 namespace {
-
-using android::base::unique_fd;
 
 constexpr const char kTag[] = "orbaatcmd-hal";
 
 #define SVC_LOG(prio, ...) __android_log_print(prio, kTag, __VA_ARGS__)
 
-bool WriteAll(int fd, const char* data, size_t size) {
-  while (size > 0) {
-    ssize_t n = write(fd, data, size);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    data += n;
-    size -= static_cast<size_t>(n);
-  }
-  return true;
-}
-
-bool ReadWhole(const std::string& host_path, std::string* out, size_t limit) {
-  unique_fd fd(open(host_path.c_str(), O_RDONLY | O_CLOEXEC));  // host path: confined
-  if (fd.get() < 0) return false;
-  out->clear();
-  char buf[8192];
-  for (;;) {
-    ssize_t n = read(fd.get(), buf, sizeof(buf));
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return false;
-    if (n == 0) return true;
-    if (out->size() + static_cast<size_t>(n) > limit) {
-      errno = EFBIG;
+// fopen modes a client may use: r, w or a, then any of "+", "b", "e", "x"; as open(2) flags.
+bool FopenFlags(std::string_view mode, int* flags) {
+  if (mode.empty() || mode.find_first_not_of("+bex", 1) != std::string_view::npos) return false;
+  const bool plus = mode.find('+', 1) != std::string_view::npos;
+  switch (mode[0]) {
+    case 'r':
+      *flags = plus ? O_RDWR : O_RDONLY;
+      break;
+    case 'w':
+      *flags = (plus ? O_RDWR : O_WRONLY) | O_CREAT | O_TRUNC;
+      break;
+    case 'a':
+      *flags = (plus ? O_RDWR : O_WRONLY) | O_CREAT | O_APPEND;
+      break;
+    default:
       return false;
-    }
-    out->append(buf, static_cast<size_t>(n));
   }
-}
-
-// fopen modes a client may use: r, w or a, then any of "+", "b", "e", "x".
-bool ValidFopenMode(std::string_view mode) {
-  if (mode.empty() || (mode[0] != 'r' && mode[0] != 'w' && mode[0] != 'a')) return false;
-  return mode.find_first_not_of("+bex", 1) == std::string_view::npos;
+  if (mode.find('x', 1) != std::string_view::npos) *flags |= O_EXCL;
+  return true;
 }
 
 int32_t FwriteBytes(std::string_view path, std::string_view mode, std::string_view bytes) {
-  std::string host;
-  if (!ValidFopenMode(mode) || !ResolveConfined(path, &host)) return -1;
-  std::string m(mode);
-  FILE* f = fopen(host.c_str(), m.c_str());  // host path: confined
-  if (f == nullptr) return -1;
-  bool ok = bytes.empty() || fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
-  ok = (fclose(f) == 0) && ok;
-  return ok ? 0 : -1;
+  int flags = 0;
+  if (!FopenFlags(mode, &flags)) return -1;
+  // fopen's creation mode.
+  unique_fd fd = OpenInDevice(path, flags, 0666);
+  if (fd.get() < 0 || !WriteAll(fd.get(), bytes.data(), bytes.size())) return -1;
+  return 0;
 }
 
-bool MakeParents(const std::string& host_path) {
-  for (size_t pos = host_path.find('/', 1); pos != std::string::npos;
-       pos = host_path.find('/', pos + 1)) {
-    std::string dir = host_path.substr(0, pos);
-    if (mkdir(dir.c_str(), 0770) != 0 && errno != EEXIST) return false;  // host path: confined
+std::string ReadDevice(std::string_view path, size_t limit) {
+  unique_fd fd = OpenInDevice(path, O_RDONLY);
+  std::string content;
+  if (fd.get() < 0 || !ReadAll(fd.get(), &content, limit)) {
+    SVC_LOG(ANDROID_LOG_ERROR, "read %.*s: %s", static_cast<int>(path.size()), path.data(),
+            strerror(errno));
+    return "";
   }
-  return true;
+  return content;
 }
 
 }  // namespace
@@ -107,21 +95,11 @@ std::string ExecSystemCmd(const std::string& command) {
   return output;
 }
 
-std::string ReadSystemFile(std::string_view path) {
-  std::string host;
-  std::string content;
-  if (!ResolveConfined(path, &host) || !ReadWhole(host, &content, kMaxFileText)) {
-    SVC_LOG(ANDROID_LOG_ERROR, "read %.*s: %s", static_cast<int>(path.size()), path.data(),
-            strerror(errno));
-    return "";
-  }
-  return content;
-}
+std::string ReadSystemFile(std::string_view path) { return ReadDevice(path, kMaxFileText); }
 
 int32_t WriteSystemFile(std::string_view path, int32_t open_flags, std::string_view data) {
-  std::string host;
-  if (!ResolveConfined(path, &host)) return -errno;
-  unique_fd fd(open(host.c_str(), open_flags | O_CLOEXEC, 0660));  // host path: confined
+  // The client's flags decide how the file is opened, never how its path is resolved.
+  unique_fd fd = OpenInDevice(path, open_flags & ~(O_PATH | O_TMPFILE | O_DIRECTORY), 0660);
   if (fd.get() < 0) return -errno;
   if (!WriteAll(fd.get(), data.data(), data.size())) return -errno;
   fdatasync(fd.get());
@@ -129,16 +107,16 @@ int32_t WriteSystemFile(std::string_view path, int32_t open_flags, std::string_v
 }
 
 int32_t CopyFile(std::string_view src, std::string_view dst) {
-  std::string src_host;
-  std::string dst_host;
-  if (!ResolveConfined(src, &src_host) || !ResolveConfined(dst, &dst_host)) return -1;
-  unique_fd in(open(src_host.c_str(), O_RDONLY | O_CLOEXEC));  // host path: confined
+  unique_fd in = OpenInDevice(src, O_RDONLY);
   struct stat st;
   if (in.get() < 0 || fstat(in.get(), &st) != 0 || !S_ISREG(st.st_mode)) return -1;
-  // Copied beside the target and renamed over it: a failed copy leaves the old file intact.
-  std::string tmp = dst_host + ".orbacopy";
-  unique_fd out(open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC,  // host path
-                     st.st_mode & 0777));
+  unique_fd dir;
+  std::string leaf;
+  if (!OpenParentInDevice(dst, &dir, &leaf)) return -1;
+  // Copied beside the target under a fresh, unguessable name and renamed over it: a failed copy
+  // leaves the old file intact, and nothing planted beside the target is written through.
+  std::string tmp;
+  unique_fd out = CreateTempFile(dir.get(), leaf, st.st_mode & 0777, &tmp);
   if (out.get() < 0) return -1;
   char buf[65536];
   bool ok = true;
@@ -152,57 +130,49 @@ int32_t CopyFile(std::string_view src, std::string_view dst) {
       break;
     }
   }
-  ok = ok && fsync(out.get()) == 0;
+  ok = ok && fchmod(out.get(), st.st_mode & 0777) == 0 && fsync(out.get()) == 0;
   out.reset();
-  if (!ok || rename(tmp.c_str(), dst_host.c_str()) != 0) {  // host path: confined
-    unlink(tmp.c_str());                                      // host path: confined
+  if (!ok || renameat(dir.get(), tmp.c_str(), dir.get(), leaf.c_str()) != 0) {
+    unlinkat(dir.get(), tmp.c_str(), 0);
     return -1;
   }
   return 0;
 }
 
 int32_t UzipFile(std::string_view zip, std::string_view dest_dir, std::string_view member) {
-  std::string zip_host;
-  std::string dest_host;
-  if (!ResolveConfined(zip, &zip_host) || !ResolveConfined(dest_dir, &dest_host)) return -1;
-  // unzip refuses member names that climb out of the target directory (it strips "../").
-  std::vector<std::string> argv = {"unzip", "-o", "-qq", zip_host};
-  // The third argument, when given, names the member to extract; empty means all of them.
-  if (!member.empty()) argv.emplace_back(member);
-  argv.emplace_back("-d");
-  argv.emplace_back(dest_host);
-  std::string ignored;
-  int status = RunInDevice(argv, &ignored, 0);
-  SVC_LOG(ANDROID_LOG_DEBUG, "unzip %s -> %s: %d", zip_host.c_str(), dest_host.c_str(), status);
-  return status == 0 ? 0 : -1;
+  return ExtractZipInDevice(zip, dest_dir, member);
 }
 
 int32_t SelinuxRestorecon(std::string_view path, uint32_t /*flags*/) {
   // A simulated device has no policy to restore labels from: a path that exists already has
   // the only label it can have.
-  std::string host;
-  struct stat st;
-  if (!ResolveConfined(path, &host) || lstat(host.c_str(), &st) != 0) return -1;  // host path
-  return 0;
+  return OpenInDevice(path, O_PATH | O_NOFOLLOW).get() >= 0 ? 0 : -1;
 }
 
 int32_t ChmodSystemFile(std::string_view path, uint32_t mode) {
-  std::string host;
-  if (!ResolveConfined(path, &host)) return -1;
-  return chmod(host.c_str(), static_cast<mode_t>(mode & 07777)) == 0 ? 0 : -1;  // host path
+  unique_fd fd = OpenInDevice(path, O_PATH);
+  if (fd.get() < 0) return -1;
+  // An O_PATH descriptor cannot be fchmod()ed; its /proc entry names exactly the file that was
+  // resolved, whatever happens to the path meanwhile.
+  std::string self = "/proc/self/fd/" + std::to_string(fd.get());
+  return chmod(self.c_str(), static_cast<mode_t>(mode & 07777)) == 0 ? 0 : -1;  // host path
 }
 
 int32_t RemoveSystemFile(std::string_view path) {
-  std::string host;
-  if (!ResolveConfined(path, &host)) return -1;
-  if (host == DevPath("/").c_str()) return -1;  // never the device's own root
-  return remove(host.c_str()) == 0 ? 0 : -1;    // host path: confined
+  unique_fd dir;
+  std::string leaf;
+  // The device's own root has no last component, so it is never removed.
+  if (!OpenParentInDevice(path, &dir, &leaf)) return -1;
+  // As remove(3), and a link is removed itself, never what it points at.
+  if (unlinkat(dir.get(), leaf.c_str(), 0) == 0) return 0;
+  if (errno != EISDIR) return -1;
+  return unlinkat(dir.get(), leaf.c_str(), AT_REMOVEDIR) == 0 ? 0 : -1;
 }
 
 int32_t SizeofSystemFile(std::string_view path) {
-  std::string host;
+  unique_fd fd = OpenInDevice(path, O_PATH);
   struct stat st;
-  if (!ResolveConfined(path, &host) || stat(host.c_str(), &st) != 0) return -1;  // host path
+  if (fd.get() < 0 || fstat(fd.get(), &st) != 0) return -1;
   return st.st_size > INT32_MAX ? INT32_MAX : static_cast<int32_t>(st.st_size);
 }
 
@@ -218,18 +188,17 @@ int32_t FwriteDataFile(std::string_view path, std::string_view mode, std::string
 
 int32_t KpWriteFile(std::string_view bytes, int32_t size) {
   if (size < 0 || static_cast<size_t>(size) > bytes.size()) return -1;
-  DevPath target(kKpDataPath);
-  std::string host(target.c_str());
-  if (!target.ok() || !MakeParents(host)) return -1;
-  unique_fd fd(open(target, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  std::string_view target(kKpDataPath);
+  if (!MakeDirsInDevice(target.substr(0, target.rfind('/')), 0770)) return -1;
+  unique_fd fd = OpenInDevice(target, O_WRONLY | O_CREAT | O_TRUNC, 0600);
   if (fd.get() < 0 || !WriteAll(fd.get(), bytes.data(), static_cast<size_t>(size))) return -1;
   return fdatasync(fd.get()) == 0 ? 0 : -1;
 }
 
 std::string Md5SystemFile(std::string_view path) {
-  std::string host;
+  unique_fd fd = OpenInDevice(path, O_RDONLY);
   std::string content;
-  if (!ResolveConfined(path, &host) || !ReadWhole(host, &content, SIZE_MAX)) return "";
+  if (fd.get() < 0 || !ReadAll(fd.get(), &content, SIZE_MAX)) return "";
   unsigned char digest[EVP_MAX_MD_SIZE];
   unsigned int len = 0;
   if (EVP_Digest(content.data(), content.size(), digest, &len, EVP_md5(), nullptr) != 1) {

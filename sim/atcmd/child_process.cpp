@@ -8,8 +8,7 @@
 
 #include <android-base/unique_fd.h>
 #include <platform/host/device_root.h>
-
-extern char** environ;
+#include <platform/spawn.h>
 
 namespace orba::sim {
 namespace {
@@ -30,51 +29,35 @@ int RunInDevice(const std::vector<std::string>& argv, std::string* output, size_
   if (argv.empty()) return -1;
   const std::string root = orba_device_root();
   if (root.empty()) return -1;
+  output->clear();
 
-  // Everything the child needs is prepared here: between fork and exec a threaded process may
-  // only make async-signal-safe calls.
-  std::vector<std::string> env_strings;
-  for (char** e = environ; *e != nullptr; ++e) {
-    if (strncmp(*e, "PATH=", 5) != 0) env_strings.emplace_back(*e);
-  }
-  env_strings.push_back("PATH=" + DevicePathVariable(root));
-  std::vector<char*> envp;
-  for (std::string& s : env_strings) envp.push_back(s.data());
-  envp.push_back(nullptr);
-  std::vector<std::string> args(argv);
-  std::vector<char*> argp;
-  for (std::string& s : args) argp.push_back(s.data());
-  argp.push_back(nullptr);
   // Programs are looked up on the device's PATH, as a shell there would.
-  std::vector<std::string> candidates;
-  if (args[0].find('/') != std::string::npos) {
-    candidates.push_back(args[0]);
+  const std::string path = DevicePathVariable(root);
+  std::string program;
+  if (argv[0].find('/') != std::string::npos) {
+    program = argv[0];
   } else {
-    std::string path = DevicePathVariable(root);
-    for (size_t start = 0; start <= path.size();) {
+    for (size_t start = 0; start <= path.size() && program.empty();) {
       size_t end = path.find(':', start);
       if (end == std::string::npos) end = path.size();
-      if (end > start) candidates.push_back(path.substr(start, end - start) + "/" + args[0]);
+      std::string candidate = path.substr(start, end - start) + "/" + argv[0];
+      if (end > start && access(candidate.c_str(), X_OK) == 0) program = candidate;  // host path
       start = end + 1;
     }
+    if (program.empty()) return 127;  // what a shell answers for an unknown command
   }
 
   int fds[2];
   if (pipe2(fds, O_CLOEXEC) != 0) return -1;
   android::base::unique_fd read_end(fds[0]);
   android::base::unique_fd write_end(fds[1]);
-  pid_t pid = fork();
+  orba::platform::ChildOptions options;
+  options.stdout_fd = write_end.get();
+  options.cwd = root.c_str();  // the device's "/"
+  options.env = orba::platform::EnvironmentWith({"PATH=" + path});
+  pid_t pid = orba::platform::StartChild(program.c_str(), argv, options);
   if (pid < 0) return -1;
-  if (pid == 0) {
-    dup2(write_end.get(), STDOUT_FILENO);
-    if (chdir(root.c_str()) != 0) _exit(126);  // host path: the device's "/"
-    for (const std::string& c : candidates) {
-      execve(c.c_str(), argp.data(), envp.data());  // host path: a program on the device PATH
-    }
-    _exit(127);
-  }
   write_end.reset();
-  output->clear();
   char buf[4096];
   for (;;) {
     ssize_t n = read(read_end.get(), buf, sizeof(buf));
@@ -83,10 +66,8 @@ int RunInDevice(const std::vector<std::string>& argv, std::string* output, size_
     size_t room = max_output - output->size();
     output->append(buf, static_cast<size_t>(n) < room ? static_cast<size_t>(n) : room);
   }
-  int status = 0;
-  while (waitpid(pid, &status, 0) < 0) {
-    if (errno != EINTR) return -1;
-  }
+  int status = orba::platform::WaitChild(pid);
+  if (status < 0) return -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 

@@ -5,9 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <android-base/unique_fd.h>
+#include "device_fs.h"
 
-#include <platform/devpath.h>
+// orbafactory-sim runs as root (scripts/run, CI): what it writes into a device root that others
+// may have written to before goes through device_fs.h, so no link there reaches the host.
 
 namespace orba::sim {
 namespace {
@@ -17,41 +18,30 @@ std::string Parent(const std::string& path) {
   return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
 }
 
-bool WriteAll(int fd, const char* data, size_t size) {
-  while (size > 0) {
-    ssize_t n = write(fd, data, size);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    data += n;
-    size -= static_cast<size_t>(n);
-  }
-  return true;
+// A link of the device, replacing whatever has the name.
+bool PlaceLink(const std::string& device_path, const std::string& target) {
+  if (!MakeDeviceDirs(Parent(device_path))) return false;
+  unique_fd dir;
+  std::string leaf;
+  if (!OpenParentInDevice(device_path, &dir, &leaf)) return false;
+  unlinkat(dir.get(), leaf.c_str(), 0);
+  return symlinkat(target.c_str(), dir.get(), leaf.c_str()) == 0;
 }
 
 }  // namespace
 
-bool MakeDeviceDirs(const std::string& device_dir) {
-  for (size_t pos = 1; pos != std::string::npos;) {
-    pos = device_dir.find('/', pos + 1);
-    std::string prefix = device_dir.substr(0, pos);
-    DevPath path(prefix.c_str());
-    if (mkdir(path, 0755) != 0 && errno != EEXIST) return false;
-  }
-  return true;
-}
+bool MakeDeviceDirs(const std::string& device_dir) { return MakeDirsInDevice(device_dir, 0755); }
 
 bool WriteDeviceFile(const std::string& device_path, const std::string& content, mode_t mode) {
   if (!MakeDeviceDirs(Parent(device_path))) return false;
-  DevPath path(device_path.c_str());
-  android::base::unique_fd fd(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));
+  unique_fd fd = OpenInDevice(device_path, O_WRONLY | O_CREAT | O_TRUNC, mode);
   if (fd < 0 || !WriteAll(fd, content.data(), content.size())) return false;
   return fchmod(fd, mode) == 0;
 }
 
 bool WriteDeviceImage(const std::string& device_path, size_t size, unsigned char fill) {
   if (!MakeDeviceDirs(Parent(device_path))) return false;
-  DevPath path(device_path.c_str());
-  android::base::unique_fd fd(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0660));
+  unique_fd fd = OpenInDevice(device_path, O_WRONLY | O_CREAT | O_TRUNC, 0660);
   if (fd < 0) return false;
   std::string block(64 * 1024, static_cast<char>(fill));
   for (size_t left = size; left > 0;) {
@@ -63,7 +53,6 @@ bool WriteDeviceImage(const std::string& device_path, size_t size, unsigned char
 }
 
 bool LinkInsideDevice(const std::string& device_path, const std::string& device_target) {
-  if (!MakeDeviceDirs(Parent(device_path))) return false;
   // Relative to the link's own directory: climb to the device's "/" and descend to the target.
   std::string relative;
   for (char c : Parent(device_path)) {
@@ -71,32 +60,16 @@ bool LinkInsideDevice(const std::string& device_path, const std::string& device_
   }
   if (Parent(device_path) == "/") relative.clear();
   relative += device_target.substr(1);
-  DevPath link_path(device_path.c_str());
-  unlink(link_path);
-  return symlink(relative.c_str(), link_path) == 0;
+  return PlaceLink(device_path, relative);
 }
 
 bool LinkToHost(const std::string& device_path, const std::string& host_target) {
-  if (!MakeDeviceDirs(Parent(device_path))) return false;
-  DevPath link_path(device_path.c_str());
-  unlink(link_path);
-  return symlink(host_target.c_str(), link_path) == 0;
+  return PlaceLink(device_path, host_target);
 }
 
 bool ReadDeviceFile(const std::string& device_path, std::string* content) {
-  DevPath path(device_path.c_str());
-  android::base::unique_fd fd(open(path, O_RDONLY | O_CLOEXEC));
-  if (fd < 0) return false;
-  content->clear();
-  char buf[4096];
-  for (ssize_t n; (n = read(fd, buf, sizeof(buf))) != 0;) {
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    content->append(buf, static_cast<size_t>(n));
-  }
-  return true;
+  unique_fd fd = OpenInDevice(device_path, O_RDONLY);
+  return fd >= 0 && ReadAll(fd, content, 64u << 20);
 }
 
 }  // namespace orba::sim

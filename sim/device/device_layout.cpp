@@ -10,6 +10,7 @@
 
 #include "device_files.h"
 #include "device_tools.h"
+#include "vendor_libraries.h"
 
 namespace orba::sim {
 namespace {
@@ -18,6 +19,7 @@ namespace {
 const char* const kDirectories[] = {
     "/cache/recovery",
     "/data/vendor/engineermode",
+    "/data/engineermode",
     "/data/media/0",
     "/data/local/tmp",
     "/data/sim/run",
@@ -106,7 +108,7 @@ bool InitDevice(const SimContext& ctx, const Profile& profile, std::string* erro
       return false;
     }
   }
-  return InstallDeviceTools(ctx, error);
+  return InstallDeviceTools(ctx, error) && InstallVendorLibraries(ctx, error);
 }
 
 }  // namespace orba::sim

@@ -21,6 +21,7 @@
 #include "device_tools.h"
 #include "process_table.h"
 #include "profile.h"
+#include "vendor_libraries.h"
 #include "services.h"
 
 namespace {
@@ -94,7 +95,7 @@ int Start(const SimContext& ctx, const std::vector<std::string>& names) {
   if (names.empty()) {
     for (const ServiceSpec& s : DeviceServices()) {
       if (!StartService(ctx, s, true, &error)) return Fail(error);
-      printf("%-24s running (pid %d)\n", s.name, ServicePid(s));
+      printf("%-24s running (pid %d)\n", s.name, ServicePid(ctx, s));
     }
     return kExitOk;
   }
@@ -130,7 +131,7 @@ int Status(const SimContext& ctx) {
   property_get("ro.orba.product.model", model, "(unset)");
   printf("model       %s\n", model);
   for (const ServiceSpec& s : DeviceServices()) {
-    pid_t pid = ServicePid(s);
+    pid_t pid = ServicePid(ctx, s);
     if (pid != 0) {
       printf("%-24s running (pid %d)\n", s.name, pid);
     } else {
@@ -143,7 +144,8 @@ int Status(const SimContext& ctx) {
 int Env(const SimContext& ctx) {
   const char* path = getenv("PATH");
   const char* ld = getenv("LD_LIBRARY_PATH");
-  std::string lib_path = ctx.lib_dir + (ld != nullptr && *ld != '\0' ? ":" + std::string(ld) : "");
+  std::string lib_path = ctx.root + kVendorLibDir + ":" + ctx.lib_dir +
+                         (ld != nullptr && *ld != '\0' ? ":" + std::string(ld) : "");
   printf("export ORBA_DEVICE_ROOT=%s\n", ShellQuote(ctx.root).c_str());
   printf("export PATH=%s\n",
          ShellQuote(ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" + ctx.bin_dir + ":" +

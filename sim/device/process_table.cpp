@@ -8,33 +8,10 @@
 #include <string.h>
 #include <unistd.h>
 
-#include <android-base/unique_fd.h>
+#include "device_process.h"
 
 namespace orba::sim {
 namespace {
-
-// Reads a small /proc file of the host (the processes are real).
-std::string ReadProc(int pid, const char* what) {
-  std::string path = "/proc/" + std::to_string(pid) + "/" + what;
-  android::base::unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));  // host path: real /proc
-  std::string out;
-  if (fd < 0) return out;
-  char buf[4096];
-  for (ssize_t n; (n = read(fd, buf, sizeof(buf))) > 0;) out.append(buf, static_cast<size_t>(n));
-  return out;
-}
-
-bool RunsOnDevice(int pid, const std::string& root) {
-  std::string env = ReadProc(pid, "environ");
-  std::string want = "ORBA_DEVICE_ROOT=" + root;
-  for (size_t pos = 0; pos < env.size();) {
-    size_t end = env.find('\0', pos);
-    if (end == std::string::npos) end = env.size();
-    if (env.compare(pos, end - pos, want) == 0) return true;
-    pos = end + 1;
-  }
-  return false;
-}
 
 std::string UserName(uid_t uid) {
   passwd* pw = getpwuid(uid);

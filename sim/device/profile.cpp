@@ -1,5 +1,6 @@
 #include "profile.h"
 
+#include <algorithm>
 #include <fstream>
 
 namespace orba::sim {
@@ -48,11 +49,16 @@ bool LoadProfile(const std::string& path, Profile* profile, std::string* error) 
       *error = path + ":" + std::to_string(n) + ": " + why;
       return false;
     };
+    // A variant of another device starts from it: "include NAME" before any section.
+    if (section.empty() && t.rfind("include ", 0) == 0) {
+      if (!LoadProfile(ProfilePath(Trim(t.substr(8))), profile, error)) return false;
+      continue;
+    }
     if (t.front() == '[') {
       if (t.back() != ']') return fail("unterminated section header");
       section = t.substr(1, t.size() - 2);
       if (section != "properties" && section != "features" && section != "files" &&
-          section != "present") {
+          section != "present" && section != "absent") {
         return fail("unknown section [" + section + "]");
       }
       continue;
@@ -61,6 +67,16 @@ bool LoadProfile(const std::string& path, Profile* profile, std::string* error) 
     if (section == "present") {
       if (t[0] != '/') return fail("a device path must be absolute");
       profile->present.push_back(t);
+      continue;
+    }
+    if (section == "absent") {  // what an included device has and this one does not
+      if (t[0] != '/') return fail("a device path must be absolute");
+      auto& files = profile->files;
+      files.erase(std::remove_if(files.begin(), files.end(),
+                                 [&](const Setting& f) { return f.first == t; }),
+                  files.end());
+      auto& present = profile->present;
+      present.erase(std::remove(present.begin(), present.end(), t), present.end());
       continue;
     }
     size_t eq = t.find('=');

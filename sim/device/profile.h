@@ -17,7 +17,8 @@ struct Profile {
   std::vector<std::string> present; // device paths that exist as empty files
 };
 
-// Reads a profile. On failure returns false with a message naming the file and line.
+// Reads a profile (adding to what `profile` already holds: "include NAME" builds on another,
+// and its [absent] section removes files and present paths of what it included). On failure returns false with a message naming the file and line.
 bool LoadProfile(const std::string& path, Profile* profile, std::string* error);
 
 // The file of a profile name: a path when it contains '/', else NAME.profile in the profile

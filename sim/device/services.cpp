@@ -3,10 +3,9 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -16,8 +15,12 @@
 #include <platform/devpath.h>
 #include <platform/hal_wire.h>
 #include <platform/host/device_init.h>
+#include <platform/host/local_socket.h>
+#include <platform/spawn.h>
 
 #include "device_files.h"
+#include "device_fs.h"
+#include "device_process.h"
 
 namespace orba::sim {
 namespace {
@@ -42,16 +45,12 @@ void SleepMs(int ms) {
 
 bool AcceptsConnections(const ServiceSpec& s) {
   std::string name = orba::hal::HalSocketName(s.hal_descriptor, "default");
-  DevSocketName socket_name(name.c_str());
-  sockaddr_un addr{};
-  addr.sun_family = AF_UNIX;
-  size_t len = strlen(socket_name);
-  if (len + 1 > sizeof(addr.sun_path)) return false;
-  memcpy(addr.sun_path + 1, socket_name.c_str(), len);  // abstract namespace: leading NUL
-  android::base::unique_fd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (fd < 0) return false;
-  socklen_t size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + len);
-  return connect(fd, reinterpret_cast<sockaddr*>(&addr), size) == 0;
+  return orba::platform::ConnectDeviceSocket(name.c_str()).get() >= 0;
+}
+
+bool IsReady(const ServiceSpec& s) {
+  if (s.ready_file != nullptr) return OpenInDevice(s.ready_file, O_PATH).get() >= 0;
+  return AcceptsConnections(s);
 }
 
 void SetServiceState(const ServiceSpec& s, const char* state) {
@@ -64,8 +63,10 @@ void SetServiceState(const ServiceSpec& s, const char* state) {
 const std::vector<ServiceSpec>& DeviceServices() {
   static const std::vector<ServiceSpec> services = {
       {"orbaatcmd-hal-1-0", "orbaatcmd-hal-1-0",
-       "vendor.factory.hardware.orbaatcmd@1.0::IOrbaAtcmd"},
-      {"orbaem-hal-1-0", "orbaem-hal-1-0", "vendor.factory.hardware.orbaem@1.0::IOrbaEm"},
+       "vendor.factory.hardware.orbaatcmd@1.0::IOrbaAtcmd", nullptr},
+      {"orbaem-hal-1-0", "orbaem-hal-1-0", "vendor.factory.hardware.orbaem@1.0::IOrbaEm",
+       nullptr},
+      {"orba-hw-models", "orba-hw-models", nullptr, "/data/sim/run/orba-hw-models.ready"},
   };
   return services;
 }
@@ -77,52 +78,68 @@ const ServiceSpec* FindService(const std::string& name) {
   return nullptr;
 }
 
-pid_t ServicePid(const ServiceSpec& service) {
+pid_t ServicePid(const SimContext& ctx, const ServiceSpec& service) {
   std::string text;
   if (!ReadDeviceFile(PidFile(service), &text)) return 0;
   pid_t pid = static_cast<pid_t>(atoi(text.c_str()));
-  return Alive(pid) ? pid : 0;
+  if (!Alive(pid)) return 0;
+  // Anyone with a shell on the device can write its pid files; this command runs as root and
+  // would signal whatever they name. Only a process of this device running this service's
+  // program is the service.
+  if (!RunsOnDevice(pid, ctx.root) || !RunsProgram(pid, ctx.bin_dir + "/" + service.program)) {
+    fprintf(stderr, "orbafactory-sim: %s names pid %d, which is not this device's %s: left alone\n",
+            PidFile(service).c_str(), static_cast<int>(pid), service.name);
+    return 0;
+  }
+  return pid;
 }
 
 bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_ready,
                   std::string* error) {
-  if (ServicePid(service) != 0) return true;
+  if (ServicePid(ctx, service) != 0) return true;
   std::string program = ctx.bin_dir + "/" + service.program;
   if (access(program.c_str(), X_OK) != 0) {  // host path: the sim's own build
     *error = std::string(service.name) + ": " + program + " is not built";
     return false;
   }
-  DevPath log("/data/sim/logcat");
-  std::string path_env = ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" +
-                         (getenv("PATH") != nullptr ? getenv("PATH") : "/usr/bin:/bin");
-
-  pid_t pid = fork();
+  // The service outlives this command: its own session, no terminal, its log to the device log.
+  MakeDeviceDirs("/data/sim");
+  unique_fd log = OpenInDevice("/data/sim/logcat", O_WRONLY | O_APPEND | O_CREAT, 0644);
+  if (service.ready_file != nullptr) {
+    // A ready file left by an earlier run would make the new one look ready at once.
+    unique_fd dir;
+    std::string leaf;
+    if (OpenParentInDevice(service.ready_file, &dir, &leaf)) unlinkat(dir.get(), leaf.c_str(), 0);
+  }
+  const char* host_path = getenv("PATH");
+  orba::platform::ChildOptions options;
+  options.stdin_fd = orba::platform::kNullDevice;
+  options.stdout_fd = orba::platform::kNullDevice;
+  options.stderr_fd = log.get() >= 0 ? log.get() : orba::platform::kNullDevice;
+  options.cwd = ctx.root.c_str();  // the device's "/"
+  options.new_session = true;
+  options.env = orba::platform::EnvironmentWith(
+      {"ORBA_DEVICE_ROOT=" + ctx.root,
+       "PATH=" + ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" +
+           (host_path != nullptr ? host_path : "/usr/bin:/bin")});
+  pid_t pid = orba::platform::StartChild(program.c_str(), {service.program}, options);
   if (pid < 0) {
-    *error = std::string("fork: ") + strerror(errno);
+    *error = std::string("cannot start ") + service.name + ": " + strerror(errno);
     return false;
   }
-  if (pid == 0) {
-    // The service outlives this command: its own session, no terminal, its log to the device log.
-    setsid();
-    int null_fd = open("/dev/null", O_RDWR);  // host path: the host's null device
-    int log_fd = open(log, O_WRONLY | O_APPEND | O_CREAT, 0644);
-    dup2(null_fd, 0);
-    dup2(null_fd, 1);
-    dup2(log_fd >= 0 ? log_fd : null_fd, 2);
-    setenv("ORBA_DEVICE_ROOT", ctx.root.c_str(), 1);
-    setenv("PATH", path_env.c_str(), 1);
-    if (chdir(ctx.root.c_str()) != 0) _exit(126);  // host path: the device's "/"
-    execl(program.c_str(), service.program, static_cast<char*>(nullptr));
-    _exit(127);
-  }
   if (!WriteDeviceFile(PidFile(service), std::to_string(pid) + "\n")) {
+    // A service nobody can find again could never be stopped: it does not outlive the start.
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
     *error = std::string("cannot record the pid of ") + service.name;
     return false;
   }
   SetServiceState(service, "running");
-  if (!wait_ready || service.hal_descriptor == nullptr) return true;
+  if (!wait_ready || (service.hal_descriptor == nullptr && service.ready_file == nullptr)) {
+    return true;
+  }
   for (int waited = 0; waited < 5000; waited += 10) {
-    if (AcceptsConnections(service)) return true;
+    if (IsReady(service)) return true;
     int status = 0;
     if (waitpid(pid, &status, WNOHANG) == pid) {
       SetServiceState(service, "stopped");
@@ -136,8 +153,7 @@ bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_r
 }
 
 bool StopService(const SimContext& ctx, const ServiceSpec& service, std::string* error) {
-  (void)ctx;
-  pid_t pid = ServicePid(service);
+  pid_t pid = ServicePid(ctx, service);
   if (pid != 0) {
     if (kill(pid, SIGTERM) != 0 && errno != ESRCH) {
       *error = std::string("kill ") + service.name + ": " + strerror(errno);
@@ -153,8 +169,11 @@ bool StopService(const SimContext& ctx, const ServiceSpec& service, std::string*
       SleepMs(10);
     }
   }
-  DevPath pid_file(PidFile(service).c_str());
-  unlink(pid_file);
+  unique_fd run_dir;
+  std::string pid_file;
+  if (OpenParentInDevice(PidFile(service), &run_dir, &pid_file)) {
+    unlinkat(run_dir.get(), pid_file.c_str(), 0);
+  }
   SetServiceState(service, "stopped");
   return true;
 }

@@ -7,6 +7,7 @@
 
 #include <android-base/unique_fd.h>
 #include <platform/devpath.h>
+#include "device_fs.h"
 
 namespace orba::sim {
 namespace {
@@ -34,11 +35,9 @@ void RecordCall(std::initializer_list<std::string> fields) {
     Escape(f, &line);
   }
   line += '\n';
-  mkdir(DevPath("/data"), 0755);
-  mkdir(DevPath("/data/sim"), 0755);
+  MakeDirsInDevice("/data/sim", 0755);
   // O_APPEND with one write per line keeps lines whole across threads and processes.
-  android::base::unique_fd fd(
-      open(DevPath(kEmCalls), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644));
+  unique_fd fd = OpenInDevice(kEmCalls, O_WRONLY | O_APPEND | O_CREAT, 0644);
   if (fd.get() < 0) return;
   ssize_t ignored = write(fd.get(), line.data(), line.size());
   (void)ignored;

@@ -1,6 +1,7 @@
 #include "em_service.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <sys/system_properties.h>
 #include <unistd.h>
 
@@ -10,6 +11,8 @@
 #include <platform/hal.h>
 
 #include "call_log.h"
+#include "device_fs.h"
+#include "camera_app.h"
 #include "engineer_app.h"
 #include "reply_table.h"
 
@@ -45,7 +48,12 @@ LineServer::Handler TableResponder(const char* record_as, const char* table,
 
 EmService::EmService()
     : camera_(kCameraSocket, LineServer::Framing::kLine,
-              TableResponder("camera", kCameraReplies, "sim.camera.default_reply")),
+              [](const std::string& request) {
+                std::optional<std::string> reply = LookUpReply(kCameraReplies, request);
+                std::string answer = reply ? *reply : CameraAppAnswer(request);
+                RecordCall({"camera", request, answer});
+                return answer;
+              }),
       fingerprint_(kFingerprintEngineerSocket, LineServer::Framing::kLine,
                    TableResponder("fingerprint", kFingerprintReplies,
                                   "sim.fingerprint.default_reply")),
@@ -115,7 +123,7 @@ bool EmService::DoAction(const std::string& action, const std::string& a1,
   if (action == "sendBroadcastFromAtcid") return !a2.empty();
   if (action == "isServiceWork") return apps_.IsUp(a1);
   if (action == "installFactoryApk") {
-    if (access(DevPath(kFactoryApk), F_OK) != 0) return false;
+    if (OpenInDevice(kFactoryApk, O_PATH).get() < 0) return false;
     std::lock_guard<std::mutex> lock(mu_);
     factory_apk_installed_ = true;
     return true;

@@ -12,6 +12,7 @@
 #include <platform/devpath.h>
 
 #include "reply_table.h"
+#include "device_fs.h"
 
 namespace orba::sim {
 namespace {
@@ -31,22 +32,14 @@ std::vector<std::string> Words(const std::string& text) {
 }
 
 bool ReadWhole(const char* path, std::string* out) {
-  FILE* f = fopen(DevPath(path), "re");
-  if (f == nullptr) return false;
-  char buf[4096];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof(buf), f)) > 0) out->append(buf, n);
-  fclose(f);
-  return true;
+  unique_fd fd = OpenInDevice(path, O_RDONLY);
+  return fd.get() >= 0 && ReadAll(fd.get(), out, 1u << 20);
 }
 
 bool WriteWhole(const char* path, const std::string& text) {
-  mkdir(DevPath("/cache"), 0755);
-  mkdir(DevPath("/cache/recovery"), 0755);
-  FILE* f = fopen(DevPath(path), "we");
-  if (f == nullptr) return false;
-  bool ok = fwrite(text.data(), 1, text.size(), f) == text.size();
-  return fclose(f) == 0 && ok;
+  MakeDirsInDevice("/cache/recovery", 0755);
+  unique_fd fd = OpenInDevice(path, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+  return fd.get() >= 0 && WriteAll(fd.get(), text.data(), text.size());
 }
 
 // The app keeps one "ITEM S" line per item, S a single character.

@@ -13,6 +13,8 @@
 
 #include <android-base/unique_fd.h>
 #include <platform/devpath.h>
+#include <platform/host/local_socket.h>
+#include <platform/host/peer_check.h>
 
 namespace orba::sim {
 namespace {
@@ -93,17 +95,8 @@ bool LineServer::Listening() const {
 }
 
 int LineServer::Bind() {
-  DevSocketName dev(name_.c_str());
-  sockaddr_un addr{};
-  addr.sun_family = AF_UNIX;
-  size_t len = strlen(dev.c_str());
-  if (len + 1 > sizeof(addr.sun_path)) return -1;
-  memcpy(addr.sun_path + 1, dev.c_str(), len);  // abstract namespace: leading NUL
-  socklen_t addr_len = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + len);
-  unique_fd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (fd.get() < 0) return -1;
-  if (bind(fd.get(), reinterpret_cast<const sockaddr*>(&addr), addr_len) != 0 ||
-      listen(fd.get(), 16) != 0) {
+  unique_fd fd = orba::platform::ListenDeviceSocket(name_.c_str(), 16);
+  if (fd.get() < 0) {
     __android_log_print(ANDROID_LOG_ERROR, "orbaem-sim", "%s: cannot listen: %s", name_.c_str(),
                         strerror(errno));
     return -1;
@@ -136,7 +129,7 @@ void LineServer::Run(std::chrono::steady_clock::time_point listen_at, int bound)
     if (fds[1].revents != 0) break;
     if ((fds[0].revents & POLLIN) == 0) continue;
     unique_fd conn(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
-    if (conn.get() < 0) continue;
+    if (conn.get() < 0 || !orba::host::PeerAllowed(conn.get(), name_.c_str())) continue;
     Serve(conn.get());
   }
   std::lock_guard<std::mutex> lock(mu_);

@@ -1,8 +1,11 @@
 #include "reply_table.h"
 
+#include <fcntl.h>
 #include <stdio.h>
+#include <unistd.h>
 
 #include <platform/devpath.h>
+#include "device_fs.h"
 
 namespace orba::sim {
 namespace {
@@ -31,8 +34,14 @@ bool Matches(const std::string& key, const std::string& request) {
 }  // namespace
 
 std::optional<std::string> LookUpReply(const char* table_path, const std::string& request) {
-  FILE* f = fopen(DevPath(table_path), "re");
-  if (f == nullptr) return std::nullopt;
+  unique_fd fd = OpenInDevice(table_path, O_RDONLY);
+  if (fd.get() < 0) return std::nullopt;
+  const int raw = fd.release();  // the stream owns it from here
+  FILE* f = fdopen(raw, "re");
+  if (f == nullptr) {
+    close(raw);
+    return std::nullopt;
+  }
   std::optional<std::string> found;
   std::string line;
   int c;

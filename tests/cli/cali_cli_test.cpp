@@ -149,13 +149,18 @@ TEST_F(CaliCliTest, CalibrationAndLogFamilies) {
       {{"log", "status"}, 0, "stopped\n"},
   };
   RunSteps(steps);
-  // The default device has an under-display fingerprint sensor.
+  // The default device has an under-display fingerprint sensor and the TMF8801 laser sensor.
   RunSteps({{{"cali", "check"}, 1, "udfp_calibration nv fail\n"},
-            {{"cali", "list"}, 0, "\"light_sensor_cali,infrared_calibration,udfp_calibration\"\n"},
+            {{"cali", "list"},
+             0,
+             "\"light_sensor_cali,infrared_calibration,udfp_calibration,"
+             "laser_focus_crosstalk_cali_TMF8801,laser_focus_clock_cali_TMF8801\"\n"},
             {{"cali", "set", "udfp_calibration", "1"}, 0, "*"},
             {{"cali", "set", "light_sensor_cali", "1"}, 0, "*"},
             {{"cali", "bg-dark", "infrared_calibration", "1"}, 0, "*"},
             {{"cali", "check"}, 0, "ok\n"},
+            {{"laser", "clock-cali"}, 0, "*"},
+            {{"laser", "xtalk-cali"}, 0, "*"},
             {{"cali", "list"}, 0, "none\n"}});
 
 

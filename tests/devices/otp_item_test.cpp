@@ -13,6 +13,7 @@ namespace {
 using orba::test::LogCapture;
 
 constexpr const char* kOtp = "/dev/block/sdd";
+constexpr size_t kSecondCopy = 512;
 
 class OtpItemTest : public orba::test::DeviceRootTest {
  protected:
@@ -97,22 +98,51 @@ TEST_F(OtpItemTest, WriteRehashesAndReadsBack) {
   EXPECT_EQ(item.data[60], 0x12);
 }
 
-TEST_F(OtpItemTest, CorruptItemReadsAsZerosAndIsReset) {
-  BlankDevice();
-  const unsigned char value[4] = {1, 2, 3, 4};
-  ASSERT_EQ(write_value_to_otp(OTP_NV_DATA_OFFSET, value, 4, 4), 0);
-  OTP_NV_Item item = DeviceItem();
-  item.data[10] ^= 0xff;  // the stored hash no longer matches
-  StoreItem(item);
+TEST_F(OtpItemTest, ItemFailingItsHashComesFromTheSecondCopyOrIsReset) {
+  struct Case {
+    const char* what;
+    bool spoil_first, spoil_second;
+    bool expect_value;  // else the default item
+    const char* message;
+  };
+  const Case cases[] = {
+      {"first copy spoiled", true, false, true, "otp item restored from its second copy\r\n"},
+      {"both copies spoiled", true, true, false, "do otp restore to default\r\n"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    BlankDevice();
+    const unsigned char value[4] = {1, 2, 3, 4};
+    ASSERT_EQ(write_value_to_otp(OTP_NV_DATA_OFFSET, value, 4, 4), 0);
+    std::string bytes = ReadDeviceFile(kOtp);
+    if (c.spoil_first) bytes[OTP_NV_DATA_OFFSET + 10] ^= 0x5a;
+    if (c.spoil_second) bytes[kSecondCopy + OTP_NV_DATA_OFFSET + 10] ^= 0x5a;
+    WriteDeviceFile(kOtp, bytes);
 
+    LogCapture log;
+    unsigned char back[4] = {0xaa, 0xaa, 0xaa, 0xaa};
+    ASSERT_EQ(read_value_from_otp(OTP_NV_DATA_OFFSET, back, 4, 4), 0);
+    EXPECT_EQ(memcmp(back, c.expect_value ? value : reinterpret_cast<const unsigned char*>("\0\0\0\0"), 4), 0);
+    EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, c.message)) << log.Dump();
+    // Either way the first copy verifies again.
+    OTP_NV_Item now = DeviceItem();
+    EXPECT_EQ(doCheckHash(&now), 0);
+    if (!c.expect_value) {
+      OTP_NV_Item expected = DefaultItem();
+      EXPECT_EQ(memcmp(&now, &expected, sizeof(now)), 0);
+    }
+  }
+}
+
+TEST_F(OtpItemTest, UnreadableDeviceIsAnError) {
+  WriteDeviceFile(kOtp, std::string(20, '\0'));  // shorter than one item
   LogCapture log;
-  unsigned char back[4] = {0xaa, 0xaa, 0xaa, 0xaa};
-  ASSERT_EQ(read_value_from_otp(OTP_NV_DATA_OFFSET, back, 4, 4), 0);
-  EXPECT_EQ(memcmp(back, "\0\0\0\0", 4), 0);
-  EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "do otp restore to default\r\n")) << log.Dump();
-  OTP_NV_Item expected = DefaultItem();
-  OTP_NV_Item now = DeviceItem();
-  EXPECT_EQ(memcmp(&now, &expected, sizeof(now)), 0);
+  unsigned char buf[4] = {};
+  EXPECT_EQ(read_value_from_otp(OTP_NV_DATA_OFFSET, buf, 4, 4), -1);
+  EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "read value from OTP_DEVICE_PATH_0 error!")) << log.Dump();
+  EXPECT_EQ(write_value_to_otp(OTP_NV_DATA_OFFSET, buf, 4, 4), -1);
+  EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "write to OTP_DEVICE_PATH_0 error")) << log.Dump();
+  EXPECT_EQ(ReadDeviceFile(kOtp), std::string(20, '\0'));
 }
 
 TEST_F(OtpItemTest, HashCoversTheStoredLengthOnlyWhenItIsSane) {

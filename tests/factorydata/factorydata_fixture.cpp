@@ -73,6 +73,11 @@ int RunUnprivileged(const std::string& root, int (*body)()) {
     }
     chmod((root + "/dev/__properties__").c_str(), 0644);
     if (setgid(65534) != 0 || setuid(65534) != 0) return 100;
+    // The simulated services serve only their own user (and root), so an unprivileged caller
+    // gets an AT-command service of its own user, as the device's would be for it.
+    int error = 0;
+    std::unique_ptr<hal::HalServer> service = orba::sim::StartAtcmdService(&error);
+    if (service == nullptr) return 101;
     return body();
   });
   return WaitChild(pid);

@@ -43,7 +43,8 @@ using ListPtr = std::unique_ptr<tf_data_list, ListFree>;
 std::vector<std::string> Paths(const tf_data_list* list);
 
 // Runs `body` in a child that has given up root (user and group 65534): access checks then
-// behave as for the apps that use the storage. Returns the body's result, or -1.
+// behave as for the apps that use the storage. The child runs its own AT-command service, so
+// the test must not start one. Returns the body's result, or -1.
 int RunUnprivileged(const std::string& root, int (*body)());
 
 }  // namespace orba::test

@@ -89,7 +89,6 @@ int CheckOpenMedia() {
 }
 
 TEST_F(InventoryTest, MediaPermissions) {
-  StartService();
   WriteStorage("Movies/locked.mp4", "v");
   WriteStorage("Movies/open.mp4", "v");
   WriteStorage("notes.txt", "n");

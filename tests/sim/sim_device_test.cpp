@@ -61,13 +61,45 @@ TEST_F(SimDeviceTest, InitLaysOutTheDevice) {
     EXPECT_TRUE(S_ISDIR(st.st_mode)) << d;
   }
   EXPECT_NE(ReadDeviceFile("/etc/em_features.xml")
-                .find("<feature name=\"camera_motor_type\">pop</feature>"),
+                .find("<feature name=\"camera_motor_type\">fully_auto_pop</feature>"),
             std::string::npos);
   EXPECT_NE(ReadDeviceFile("/proc/cmdline").find("support_minidp=0"), std::string::npos);
-  EXPECT_EQ(ReadDeviceFile("/vendor/etc/ntc.ini"),
-            "[ntc]\nboard_ntc = /sys/class/thermal/thermal_zone0/temp\n");
+  EXPECT_EQ(ReadDeviceFile("/vendor/etc/ntc.ini").rfind("[type_i]\nboard_ntc = ", 0), 0u);
+  // The vendor libraries loaded at run time are real files of their own, not links to the build.
+  for (const char* lib : {"/vendor/lib64/libuwb_factory_smt.so", "/vendor/lib64/libuwbrwpersist.so"}) {
+    ASSERT_EQ(lstat(HostPath(lib).c_str(), &st), 0) << lib;
+    EXPECT_TRUE(S_ISREG(st.st_mode)) << lib;
+  }
   EXPECT_EQ(Prop("ro.orba.product.model"), "PD5202CMA");
   EXPECT_EQ(Prop("persist.sys.factory.mode"), "yes");
+}
+
+TEST_F(SimDeviceTest, VariantProfileBuildsOnItsBase) {
+  auto r = Sim({"init", "--profile", "ufs"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  struct stat st;
+  // What the variant drops, adds and inherits.
+  EXPECT_NE(stat(HostPath("/sys/block/mmcblk0/device/cid").c_str(), &st), 0);
+  EXPECT_EQ(ReadDeviceFile("/sys/block/sda/device/vendor"), "KIOXIA");
+  EXPECT_EQ(ReadDeviceFile("/system/etc/emmc_bom"), "THGJFGT1E45BAIL=BOM-UFS-K256G\n");
+  EXPECT_EQ(ReadDeviceFile("/proc/sec_en"), "1");
+  EXPECT_EQ(Prop("ro.orba.product.model"), "PD5202CMA");
+
+  std::string base = root() + "/../base-" + std::to_string(getpid()) + ".profile";
+  std::string variant = root() + "/../variant-" + std::to_string(getpid()) + ".profile";
+  std::ofstream(base) << "[files]\n/etc/a = 1\n/etc/b = 2\n[present]\n/etc/c\n";
+  std::ofstream(variant) << "include " << base << "\n[absent]\n/etc/a\n/etc/c\n[files]\n/etc/b = 3\n";
+  std::string other = root() + "-variant";
+  auto v = orba::test::RunProgram(
+      {orba::test::BinPath("orbafactory-sim"), "init", "--root", other, "--profile", variant});
+  EXPECT_EQ(v.status, 0) << v.err;
+  std::ifstream b(other + "/etc/b");
+  std::string text;
+  std::getline(b, text);
+  EXPECT_EQ(text, "3") << "the variant's setting wins";
+  EXPECT_NE(stat((other + "/etc/a").c_str(), &st), 0);
+  EXPECT_NE(stat((other + "/etc/c").c_str(), &st), 0);
+  orba::test::RunProgram({"/bin/rm", "-rf", other, base, variant});
 }
 
 TEST_F(SimDeviceTest, InitRefusesAUsedRootAndBadProfiles) {
@@ -141,6 +173,9 @@ TEST_F(SimDeviceTest, EnvPutsTheDeviceFirst) {
   EXPECT_NE(env.out.find("export ORBA_DEVICE_ROOT='" + root() + "'\n"), std::string::npos);
   EXPECT_NE(env.out.find("export PATH='" + root() + "/system/bin:" + root() + "/vendor/bin:"),
             std::string::npos)
+      << env.out;
+  // Vendor libraries loaded by bare name are found in the device's /vendor/lib64 first.
+  EXPECT_NE(env.out.find("export LD_LIBRARY_PATH='" + root() + "/vendor/lib64:"), std::string::npos)
       << env.out;
 }
 

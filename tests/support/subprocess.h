@@ -23,6 +23,10 @@ struct ProgramResult {
 // Runs a program with arguments (argv[0] is the path) and collects its output.
 ProgramResult RunProgram(const std::vector<std::string>& argv);
 
+// Runs a program with its stdout on a pseudo-terminal `columns` wide (stderr to a pipe), as an
+// engineer's shell would; `out` is everything the terminal received, control characters and all.
+ProgramResult RunOnTerminal(const std::vector<std::string>& argv, unsigned short columns);
+
 // build/bin/<name> of the tree under test.
 std::string BinPath(const std::string& name);
 

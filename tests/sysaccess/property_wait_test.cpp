@@ -3,6 +3,7 @@
 #include <android/log.h>
 #include <cutils/properties.h>
 #include <string.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <orbafactory/sysaccess.h>
@@ -27,6 +28,7 @@ TEST_F(PropertyTest, GetPropertyWithLen) {
       {"vendor.p.ten", 11, "0123456789"},
       {"vendor.p.ten", 10, "def"},  // too long for the buffer: the default instead
       {"vendor.p.none", 8, "def"},
+      {"vendor.p.none", 3, "de"},  // a default that fills the buffer is cut to stay a string
       {"vendor.p.ten", 2, "d"},  // a default longer than the buffer is cut, never overrun
   };
   for (const Case& c : cases) {
@@ -36,6 +38,7 @@ TEST_F(PropertyTest, GetPropertyWithLen) {
     EXPECT_EQ(std::string(value, strnlen(value, static_cast<size_t>(c.len))), c.expected)
         << c.name << " len " << c.len;
     EXPECT_EQ(value[c.len], '#');
+    EXPECT_NE(memchr(value, '\0', static_cast<size_t>(c.len)), nullptr) << "unterminated";
   }
   char value[8] = "keep";
   EXPECT_EQ(get_property_with_len("vendor.p.ten", value, 0, "d"), -1);
@@ -83,15 +86,25 @@ TEST_F(PropertyTest, WaitWakesOnAnotherProcess) {
     if (c.exists_before) {
       ASSERT_EQ(orba_init_property_set(name.c_str(), "0"), 0);
     }
+    // Both sides start at a barrier, so the bound below measures the wait alone.
+    int barrier[2];
+    ASSERT_EQ(pipe2(barrier, O_CLOEXEC), 0);
     pid_t setter = StartChild([&] {
+      char go;
+      if (read(barrier[0], &go, 1) != 1) return 2;
       usleep(150000);
       property_set(name.c_str(), "wrong");  // a change that does not match wakes and waits on
       usleep(150000);
       return property_set(name.c_str(), "done") == 0 ? 0 : 1;
     });
+    close(barrier[0]);
     long long start = NowMs();
+    ASSERT_EQ(write(barrier[1], "g", 1), 1);
+    close(barrier[1]);
     EXPECT_EQ(wait_for_property(name.c_str(), "done", 5000), 1);
-    EXPECT_LT(NowMs() - start, 5000);
+    // Woken by the set, not by the time-out: a waiter that only looks again when its time is up
+    // also returns 1, but not before the 5 s are over.
+    EXPECT_LT(NowMs() - start, 2500);
     EXPECT_EQ(WaitChild(setter), 0);
   }
 }

@@ -18,6 +18,7 @@
 #include <platform/devpath.h>
 #include <platform/hal.h>
 #include <platform/hal_wire.h>
+#include <platform/host/local_socket.h>
 
 #include "atcmd_fixture.h"
 #include "support/log_capture.h"
@@ -30,14 +31,8 @@ using android::base::unique_fd;
 
 unique_fd ConnectRaw() {
   std::string name = hal::HalSocketName(hal::IOrbaAtcmd::descriptor, "default");
-  DevSocketName dev(name.c_str());
-  sockaddr_un addr{};
-  addr.sun_family = AF_UNIX;
-  size_t len = strlen(dev.c_str());
-  memcpy(addr.sun_path + 1, dev.c_str(), len);
-  unique_fd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  socklen_t size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + len);
-  if (connect(fd.get(), reinterpret_cast<sockaddr*>(&addr), size) != 0) return unique_fd();
+  unique_fd fd = platform::ConnectDeviceSocket(name.c_str());
+  if (fd.get() < 0) return unique_fd();
   timeval tv{5, 0};
   setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
   return fd;

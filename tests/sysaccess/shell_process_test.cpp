@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <iterator>
 #include <string>
 #include <thread>
 
@@ -76,7 +77,10 @@ TEST_F(ShellTest, ExecShellVendorRunsThroughTheVendorShell) {
   ASSERT_EQ(mkdir(HostPath("/vendor").c_str(), 0755), 0);
   ASSERT_EQ(mkdir(HostPath("/vendor/bin").c_str(), 0755), 0);
   ASSERT_EQ(symlink("/bin/sh", HostPath("/vendor/bin/sh").c_str()), 0);
-  WriteScript("/system/bin/tlcrpmb_gp", "sleep 0.05; echo \"flag=$1\"\n");
+  WriteScript("/system/bin/tlcrpmb_gp",
+              "sleep 0.05; echo \"flag=$1\"\n"
+              "if [ \"$2\" = more ]; then echo more; fi\n"
+              "if [ \"$2\" = slow ]; then sleep 0.3; fi\n");
   UseDevicePath();
 
   char out[64];
@@ -86,11 +90,11 @@ TEST_F(ShellTest, ExecShellVendorRunsThroughTheVendorShell) {
 
   // Output beyond len stays out of the buffer, and nothing is terminated for the caller.
   memset(out, '#', sizeof(out));
-  EXPECT_EQ(exec_shell_vendor("tlcrpmb_gp getflag; echo more", out, 4), 0);
+  EXPECT_EQ(exec_shell_vendor("tlcrpmb_gp getflag more", out, 4), 0);
   EXPECT_EQ(std::string(out, 5), "flag#");
 
   // A command still running when the buffer is full is waited for, not left as a zombie.
-  EXPECT_EQ(exec_shell_vendor("tlcrpmb_gp getflag; sleep 0.3", out, 4), 0);
+  EXPECT_EQ(exec_shell_vendor("tlcrpmb_gp getflag slow", out, 4), 0);
   usleep(600 * 1000);
   errno = 0;
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
@@ -101,6 +105,43 @@ TEST_F(ShellTest, ExecShellVendorRunsThroughTheVendorShell) {
   memset(out, 0, sizeof(out));
   EXPECT_EQ(exec_shell_vendor("tlcrpmb_gp getflag", out, 63), 0);
   EXPECT_STREQ(out, "");
+}
+
+TEST_F(ShellTest, ExecShellVendorRunsNothingButTheTool) {
+  ASSERT_EQ(mkdir(HostPath("/vendor").c_str(), 0755), 0);
+  ASSERT_EQ(mkdir(HostPath("/vendor/bin").c_str(), 0755), 0);
+  ASSERT_EQ(symlink("/bin/sh", HostPath("/vendor/bin/sh").c_str()), 0);
+  WriteScript("/system/bin/tlcrpmb_gp", "touch \"$ORBA_DEVICE_ROOT/data/tool_ran\"; echo ok\n");
+  WriteDeviceFile("/data/keep", "");
+  UseDevicePath();
+  const std::string marker = HostPath("/data/injected");
+  const std::string touch = "touch '" + marker + "'";
+  const std::string refused[] = {
+      "tlcrpmb_gp getflag; " + touch,     "tlcrpmb_gp getflag | " + touch,
+      "tlcrpmb_gp getflag && " + touch,   "tlcrpmb_gp getflag $(" + touch + ")",
+      "tlcrpmb_gp getflag `" + touch + "`", "tlcrpmb_gp getflag > '" + marker + "'",
+      "tlcrpmb_gp getflag < /etc/hostname", "tlcrpmb_gp getflag (" + touch + ")",
+      "tlcrpmb_gp getflag\n" + touch,      "/vendor/app/bRPMB-CMD;" + touch,
+  };
+  LogCapture log;
+  for (const std::string& cmd : refused) {
+    char out[64] = "keep";
+    EXPECT_EQ(exec_shell_vendor(cmd.c_str(), out, 63), -1) << cmd;
+    EXPECT_STREQ(out, "keep") << cmd;
+  }
+  EXPECT_NE(access(marker.c_str(), F_OK), 0);
+  EXPECT_NE(access(HostPath("/data/tool_ran").c_str(), F_OK), 0) << "a refused command ran";
+  int refusals = 0;
+  for (const LogLine& l : log.Lines()) {
+    if (l.priority == ANDROID_LOG_ERROR && l.text.rfind("not support cmd!", 0) == 0) ++refusals;
+  }
+  EXPECT_EQ(refusals, static_cast<int>(std::size(refused))) << log.Dump();
+
+  // Plain words after the tool's name are what correct callers send: they still run.
+  char out[64] = {};
+  EXPECT_EQ(exec_shell_vendor("tlcrpmb_gp getflag -a 0x1f,2 /dev/x", out, 63), 0);
+  EXPECT_STREQ(out, "ok\n");
+  EXPECT_EQ(access(HostPath("/data/tool_ran").c_str(), F_OK), 0);
 }
 
 TEST_F(ShellTest, IntFiles) {
@@ -224,6 +265,38 @@ TEST_F(ShellTest, KillprocessByName) {
   EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "kill:" + std::to_string(victim) + ", ret:0\n"))
       << log.Dump();
   Reap(bystander);
+}
+
+TEST_F(ShellTest, KillprocessRefusals) {
+  WriteScript("/system/bin/ps", "touch \"$ORBA_DEVICE_ROOT/data/ps_ran\"\n"
+                                "cat \"$ORBA_DEVICE_ROOT/data/ps.txt\"\n");
+  UseDevicePath();
+  // Names that would run something, give grep other arguments or read files: refused before
+  // any command line is built.
+  const char* const names[] = {
+      "x; id", "x|sh",  "x&",     "$(id)", "`id`", "x>y", "x<y",
+      "(x)",                         "x\ny", "-v",     "x y",   "x'",   "*",   "",
+  };
+  LogCapture log;
+  for (const char* name : names) {
+    EXPECT_EQ(killprocess(name), 0) << name;
+    EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, std::string("refused process name: ") + name))
+        << name << log.Dump();
+  }
+  EXPECT_NE(access(HostPath("/data/ps_ran").c_str(), F_OK), 0);
+
+  // A listing that names this very process (and pid 0, the caller's process group) signals
+  // neither; run in a child of its own process group, so a fault shows as a dead child.
+  pid_t child = StartChild([&] {
+    setpgid(0, 0);
+    WriteDeviceFile("/data/ps.txt", "USER PID PPID VSZ RSS WCHAN ADDR S NAME\n"
+                                    "root " + std::to_string(getpid()) +
+                                        " 1 0 0 0 0 S orba_self_proc\n"
+                                        "root 0 1 0 0 0 0 S orba_self_proc\n");
+    return killprocess("orba_self_proc") == 1 ? 0 : 1;
+  });
+  EXPECT_EQ(WaitChild(child), 0) << "the caller signalled itself or its group";
+  EXPECT_EQ(access(HostPath("/data/ps_ran").c_str(), F_OK), 0);
 }
 
 // ---- AT daemon socket ---------------------------------------------------------------------

@@ -6,10 +6,15 @@
 //   static const orba::cli::Family kFamily{"nv", "the factory record", {...}};
 //   static orba::cli::Registrar registrar(kFamily);
 //
-// Results go to stdout, diagnostics to stderr; the exit status says how it went.
+// Results go to stdout, diagnostics to stderr; the exit status says how it went. A failed step
+// says why with Fail()/FailPaths() (failure.h); long transfers show TransferProgress
+// (progress.h) on a terminal.
 
 #include <string>
 #include <vector>
+
+#include "failure.h"
+#include "progress.h"
 
 namespace orba::cli {
 
@@ -44,7 +49,8 @@ class Registrar {
 
 const std::vector<const Family*>& Families();
 
-// Diagnostics: "orbafactory: <message>" on stderr; return the code for convenience.
+// Diagnostics: "orbafactory: <message>" on stderr; return the code for convenience. For a step
+// that failed on the device, Fail()/FailPaths() add the cause.
 int Error(int code, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
 
 // Parses a decimal or 0x-hex integer; false (with a message) when it is not one.

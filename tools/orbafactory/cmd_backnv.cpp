@@ -28,7 +28,7 @@ double Float(const uint8_t* r, size_t o) {
 int DumpBody(const Args&) {
   uint8_t r[BACK_NV_ITEM_SIZE] = {};
   if (get_back_nv_item(r) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "cannot read the back-NV record; see -v");
+    return orba::cli::Fail("cannot read the back-NV record");
   }
   char version[33] = {};
   memcpy(version, r + 52, 32);

@@ -33,7 +33,7 @@ int Set(const Args& in) {
   int uart = TakeAppFlag(&args) ? 0 : 1;
   if (args.size() != 2) return orba::cli::Error(orba::cli::kUsage, "cali set ITEM VALUE [--app]");
   if (set_calibrate_item_state(args[0].c_str(), args[1].c_str(), uart) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "cali set %s: not stored; see -v", args[0].c_str());
+    return orba::cli::Fail("cali set %s: not stored", args[0].c_str());
   }
   printf("%s %d\n", args[0].c_str(), get_calibrate_item_state(args[0].c_str()));
   return orba::cli::kOk;
@@ -46,7 +46,7 @@ int BgDark(const Args& in) {
     long value = 0;
     if (!orba::cli::ParseInt(args[1], "value", &value)) return orba::cli::kUsage;
     if (set_calibrate_list_bg_dark(nullptr, static_cast<int>(value)) != 0) {
-      return orba::cli::Error(orba::cli::kFailed, "cali bg-dark: file not written; see -v");
+      return orba::cli::Fail("cali bg-dark: file not written");
     }
     printf("all %ld\n", value);
     return orba::cli::kOk;
@@ -59,8 +59,7 @@ int BgDark(const Args& in) {
     return orba::cli::Error(orba::cli::kUsage, "cali bg-dark ITEM [VALUE] [--app] | --all VALUE");
   }
   if (set_calibrate_item_bg_dark(args[0].c_str(), args[1].c_str(), uart) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "cali bg-dark %s: not stored; see -v",
-                            args[0].c_str());
+    return orba::cli::Fail("cali bg-dark %s: not stored", args[0].c_str());
   }
   printf("%s %d\n", args[0].c_str(), get_calibrate_item_bg_dark(args[0].c_str()));
   return orba::cli::kOk;

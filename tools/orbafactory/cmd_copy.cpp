@@ -5,14 +5,10 @@
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <string>
-#include <thread>
+#include <vector>
 
 #include <orbafactory/factorydata.h>
 #include <platform/devpath.h>
@@ -23,74 +19,53 @@ namespace {
 
 using orba::cli::Args;
 
-// Bytes present under a device path: allocated blocks, since the copy reserves a file's full
-// length before writing it.
-unsigned long long WrittenBytes(const std::string& path) {
+unsigned long long FileSize(const std::string& path) {
   struct stat st;
-  if (lstat(DevPath(path.c_str()), &st) != 0) return 0;
-  if (!S_ISDIR(st.st_mode)) {
-    unsigned long long blocks = static_cast<unsigned long long>(st.st_blocks) * 512;
-    unsigned long long size = static_cast<unsigned long long>(st.st_size);
-    return blocks < size ? blocks : size;
-  }
-  unsigned long long total = 0;
-  DIR* dir = opendir(DevPath(path.c_str()));
-  if (dir == nullptr) return 0;
-  while (const dirent* e = readdir(dir)) {
-    if (strcmp(e->d_name, ".") == 0 || strcmp(e->d_name, "..") == 0) continue;
-    total += WrittenBytes(path + "/" + e->d_name);
-  }
-  closedir(dir);
-  return total;
+  if (stat(DevPath(path.c_str()), &st) != 0 || S_ISDIR(st.st_mode)) return 0;
+  return static_cast<unsigned long long>(st.st_size);
 }
 
-unsigned long long SourceBytes(const std::string& path) {
-  struct stat st;
-  if (lstat(DevPath(path.c_str()), &st) != 0) return 0;
-  if (!S_ISDIR(st.st_mode)) return static_cast<unsigned long long>(st.st_size);
-  unsigned long long total = 0;
-  DIR* dir = opendir(DevPath(path.c_str()));
-  if (dir == nullptr) return 0;
+// The files under a staged tree, each with where it will land under `dst`.
+void TreeFiles(const std::string& src, const std::string& dst, const std::string& rel,
+               std::vector<orba::cli::TransferItem>* items) {
+  DIR* dir = opendir(DevPath(src.c_str()));
+  if (dir == nullptr) return;
   while (const dirent* e = readdir(dir)) {
     if (strcmp(e->d_name, ".") == 0 || strcmp(e->d_name, "..") == 0) continue;
-    total += SourceBytes(path + "/" + e->d_name);
-  }
-  closedir(dir);
-  return total;
-}
-
-// Runs `copy` while a terminal shows how much of `total` bytes has reached `dst`.
-int WithProgress(const std::string& dst, unsigned long long total, const std::function<int()>& copy) {
-  if (!isatty(STDERR_FILENO) || total < (8ull << 20)) return copy();
-  std::mutex m;
-  std::condition_variable cv;
-  bool done = false;
-  std::thread shower([&] {
-    std::unique_lock<std::mutex> lock(m);
-    while (!cv.wait_for(lock, std::chrono::milliseconds(200), [&] { return done; })) {
-      unsigned long long now = WrittenBytes(dst);
-      if (now > total) now = total;
-      fprintf(stderr, "\rcopying %llu/%llu MiB (%llu%%)", now >> 20, total >> 20,
-              now * 100 / total);
+    const std::string name = rel.empty() ? e->d_name : rel + "/" + e->d_name;
+    const std::string from = src + "/" + e->d_name;
+    struct stat st;
+    if (lstat(DevPath(from.c_str()), &st) != 0) continue;
+    if (S_ISDIR(st.st_mode)) {
+      TreeFiles(from, dst + "/" + e->d_name, name, items);
+    } else {
+      items->push_back({name, dst + "/" + e->d_name, static_cast<unsigned long long>(st.st_size)});
     }
-  });
-  int rc = copy();
-  {
-    std::lock_guard<std::mutex> lock(m);
-    done = true;
   }
-  cv.notify_one();
-  shower.join();
-  fputc('\n', stderr);
-  return rc;
+  closedir(dir);
 }
 
-int Report(int rc, const char* what, const std::string& from, const std::string& to) {
+unsigned long long Bytes(const std::vector<orba::cli::TransferItem>& items) {
+  unsigned long long total = 0;
+  for (const auto& item : items) total += item.size;
+  return total;
+}
+
+// Runs one copy step with its progress shown.
+int WithProgress(const std::vector<orba::cli::TransferItem>& items,
+                 const std::function<int()>& copy) {
+  orba::cli::TransferProgress progress("copying", items);
+  return copy();
+}
+
+int Report(int rc, const char* what, const std::vector<orba::cli::PathCheck>& paths,
+           const std::string& from, const std::string& to,
+           const std::vector<orba::cli::TransferItem>& items) {
   if (rc != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "copy %s: %s -> %s failed (%d; see the log, -v)",
-                            what, from.c_str(), to.c_str(), rc);
+    return orba::cli::FailPaths(paths, "copy %s: %s -> %s failed", what, from.c_str(),
+                                to.c_str());
   }
-  printf("%s -> %s\n", from.c_str(), to.c_str());
+  printf("%s -> %s (%s)\n", from.c_str(), to.c_str(), orba::cli::FormatBytes(Bytes(items)).c_str());
   return orba::cli::kOk;
 }
 
@@ -105,38 +80,74 @@ bool MoveFlag(const Args& args, size_t at, int* flag) {
   return true;
 }
 
+using orba::cli::PathUse;
+
 int File(const Args& args) {
-  int rc = WithProgress(args[1], SourceBytes(args[0]),
-                        [&] { return copy_file(args[0].c_str(), args[1].c_str()); });
-  return Report(rc, "file", args[0], args[1]);
+  const std::string& src = args[0];
+  const std::string& dst = args[1];
+  const std::vector<orba::cli::TransferItem> items = {{src, dst, FileSize(src)}};
+  int rc = WithProgress(items, [&] { return copy_file(src.c_str(), dst.c_str()); });
+  return Report(rc, "file", {{src, PathUse::kRead}, {dst, PathUse::kWrite}}, src, dst, items);
 }
 
 int Place(const Args& args) {
   int move = 0;
   if (!MoveFlag(args, 2, &move)) return orba::cli::kUsage;
-  int rc = WithProgress(args[1], SourceBytes(args[0]), [&] {
-    return copy_file_tranverse(args[0].c_str(), args[1].c_str(), move);
-  });
-  return Report(rc, "place", args[0], args[1]);
+  const std::string& src = args[0];
+  const std::string& dst = args[1];
+  const std::vector<orba::cli::TransferItem> items = {{src, dst, FileSize(src)}};
+  int rc = WithProgress(items, [&] { return copy_file_tranverse(src.c_str(), dst.c_str(), move); });
+  return Report(rc, "place", {{src, PathUse::kRead}, {dst, PathUse::kCreate}}, src, dst, items);
 }
 
 int Tree(const Args& args) {
-  int rc = WithProgress(args[1], SourceBytes(args[0]),
-                        [&] { return copy_file_loop(args[0].c_str(), args[1].c_str()); });
-  return Report(rc, "tree", args[0], args[1]);
+  const std::string& src = args[0];
+  const std::string& dst = args[1];
+  std::vector<orba::cli::TransferItem> items;
+  TreeFiles(src, dst, "", &items);
+  if (items.empty() && orba::cli::CheckDevicePath(src, PathUse::kList).err == 0) {
+    // The library still tidies the empty tree away, and fails: there was nothing to place.
+    copy_file_loop(src.c_str(), dst.c_str());
+    return orba::cli::Error(orba::cli::kFailed, "copy tree: %s holds no files to move",
+                            src.c_str());
+  }
+  int rc = WithProgress(items, [&] { return copy_file_loop(src.c_str(), dst.c_str()); });
+  // A file whose copy fails stays in the staged tree for another attempt, and the step still
+  // succeeds: say what did not move.
+  std::vector<orba::cli::TransferItem> left;
+  if (rc == 0) TreeFiles(src, dst, "", &left);
+  if (!left.empty()) {
+    return orba::cli::FailPaths({{left[0].device_path, PathUse::kWrite}},
+                                "copy tree: %zu of %zu files not moved into %s (they stay in %s)",
+                                left.size(), items.size(), dst.c_str(), src.c_str());
+  }
+  return Report(rc, "tree", {{src, PathUse::kList}, {dst, PathUse::kDirectory}}, src, dst, items);
 }
 
 int Unzip(const Args& args) {
   int rc = upzip_file(args[0].c_str(), args[1].c_str(), args[2].c_str());
-  return Report(rc, "unzip", args[0] + ":" + args[1], args[2]);
+  if (rc != 0) {
+    return orba::cli::FailPaths({{args[0], PathUse::kRead}, {args[2], PathUse::kWrite}},
+                                "copy unzip: %s:%s -> %s failed", args[0].c_str(),
+                                args[1].c_str(), args[2].c_str());
+  }
+  printf("%s:%s -> %s\n", args[0].c_str(), args[1].c_str(), args[2].c_str());
+  return orba::cli::kOk;
 }
 
 int Check(const Args& args) {
   int status = orba::cli::kOk;
   for (const std::string& path : args) {
-    bool ok = ckeck_zip_signature(path.c_str()) == 0;
-    printf("%s: %s\n", path.c_str(), ok ? "ok" : "not a ZIP archive (or unreadable)");
-    if (!ok) status = orba::cli::kFailed;
+    if (ckeck_zip_signature(path.c_str()) == 0) {
+      printf("%s: ok\n", path.c_str());
+      continue;
+    }
+    status = orba::cli::kFailed;
+    if (orba::cli::CheckDevicePath(path, PathUse::kRead).err != 0) {
+      orba::cli::FailPaths({{path, PathUse::kRead}}, "copy check: cannot read %s", path.c_str());
+    } else {
+      printf("%s: not a ZIP archive\n", path.c_str());
+    }
   }
   return status;
 }

@@ -1,7 +1,9 @@
 // orbafactory md5|sha256 FILE...: digests of device files, in md5sum/sha256sum's format.
 
+#include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
+#include <string.h>
 #include <unistd.h>
 
 #include <android-base/unique_fd.h>
@@ -25,7 +27,8 @@ int Md5(const Args& files) {
     Md5Context ctx;
     MD5_Init(&ctx);
     if (MD5_Update_File(&ctx, path.c_str()) != 0) {
-      status = orba::cli::Error(orba::cli::kFailed, "md5: cannot read %s", path.c_str());
+      status = orba::cli::FailPaths({{path, orba::cli::PathUse::kRead}}, "md5: cannot read %s",
+                                    path.c_str());
       continue;
     }
     unsigned char digest[16];
@@ -40,7 +43,8 @@ int Sha256(const Args& files) {
   for (const std::string& path : files) {
     android::base::unique_fd fd(open(DevPath(path.c_str()), O_RDONLY | O_CLOEXEC));
     if (fd < 0) {
-      status = orba::cli::Error(orba::cli::kFailed, "sha256: cannot open %s", path.c_str());
+      status = orba::cli::FailPaths({{path, orba::cli::PathUse::kRead}}, "sha256: cannot open %s",
+                                    path.c_str());
       continue;
     }
     Sha256Context ctx;
@@ -49,7 +53,8 @@ int Sha256(const Args& files) {
     ssize_t n;
     while ((n = read(fd, buf, sizeof(buf))) > 0) SHA256_update(&ctx, buf, static_cast<int>(n));
     if (n < 0) {
-      status = orba::cli::Error(orba::cli::kFailed, "sha256: cannot read %s", path.c_str());
+      status = orba::cli::Error(orba::cli::kFailed, "sha256: cannot read %s: %s", path.c_str(),
+                                strerror(errno));
       continue;
     }
     PrintHex(SHA256_final(&ctx), 32, path);

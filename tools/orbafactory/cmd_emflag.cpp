@@ -28,7 +28,7 @@ int Set(const Args& args) {
                             args[0].c_str());
   }
   if (backup_orba_em_mode_flag(enable) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "em-flag: cannot store the flag; see -v");
+    return orba::cli::Fail("em-flag: cannot store the flag");
   }
   printf("%s\n", enable ? "on" : "off");
   return orba::cli::kOk;

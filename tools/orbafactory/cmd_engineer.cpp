@@ -1,4 +1,4 @@
-// orbafactory em|camera: the engineer-mode apps and the camera service, as test steps reach them.
+// orbafactory em: the engineer-mode apps, as test steps reach them.
 
 #include <stdio.h>
 #include <string.h>
@@ -24,7 +24,7 @@ std::string Join(const Args& words, size_t from) {
 const char* Arg(const Args& args, size_t i) { return i < args.size() ? args[i].c_str() : ""; }
 
 int PrintReply(const char* reply) {
-  if (reply == nullptr) return orba::cli::Error(kFailed, "no reply");
+  if (reply == nullptr) return orba::cli::Fail("no reply");
   printf("%s\n", reply);
   return kOk;
 }
@@ -48,8 +48,7 @@ int RunAction(const Args& args) {
   for (const Action& a : kActions) {
     if (args[0] != a.name) continue;
     if (!a.run(Arg(args, 1), Arg(args, 2), Arg(args, 3))) {
-      return orba::cli::Error(kFailed, "em action %s: refused or no engineer-mode service",
-                              a.name);
+      return orba::cli::Fail("em action %s: refused or no engineer-mode service", a.name);
     }
     printf("ok\n");
     return kOk;
@@ -72,22 +71,6 @@ int Edition(const Args& args) {
   return ready ? kOk : kFailed;
 }
 
-int CameraSend(const Args& args) { return PrintReply(sendMessageToCamera(Join(args, 0).c_str())); }
-
-int CameraStart(const Args&) {
-  if (startCameraSocketService() != 1) {
-    return orba::cli::Error(kFailed, "camera start: the camera service did not start");
-  }
-  printf("ok\n");
-  return kOk;
-}
-
-int CameraStop(const Args&) {
-  if (stopCameraFromAtcid() != 1) return orba::cli::Error(kFailed, "camera stop: refused");
-  printf("ok\n");
-  return kOk;
-}
-
 const orba::cli::Family kEm{
     "em",
     "the engineer-mode apps: messages and actions",
@@ -101,16 +84,6 @@ const orba::cli::Family kEm{
          Running},
         {"edition", "TAG", "whether an edition's app answers (exit 1 when not)", 1, 1, Edition},
     }};
-const orba::cli::Family kCamera{
-    "camera",
-    "the camera service's request socket",
-    {
-        {"send", "MESSAGE...", "send a request and print the reply (waits for the service)", 1,
-         -1, CameraSend},
-        {"start", "", "start the camera service", 0, 0, CameraStart},
-        {"stop", "", "stop the camera service", 0, 0, CameraStop},
-    }};
 orba::cli::Registrar em_registrar(kEm);
-orba::cli::Registrar camera_registrar(kCamera);
 
 }  // namespace

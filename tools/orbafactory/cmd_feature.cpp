@@ -15,13 +15,12 @@ using orba::cli::Args;
 int Get(const Args& args) {
   char value[1024] = {};
   if (get_feature_value(args[0].c_str(), value, sizeof(value) - 1) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "feature: no usable value for %s",
-                            args[0].c_str());
+    return orba::cli::Fail("feature: no usable value for %s", args[0].c_str());
   }
   // The library answers 0 without a value when it cannot read the file at all.
   if (value[0] == '\0') {
-    return orba::cli::Error(orba::cli::kFailed,
-                            "feature: cannot read /etc/em_features.xml (is the device started?)");
+    return orba::cli::FailPaths({{"/etc/em_features.xml", orba::cli::PathUse::kRead, false}},
+                                "feature: cannot read /etc/em_features.xml");
   }
   if (args.size() == 1) {
     printf("%s\n", value);

@@ -17,7 +17,8 @@ class LoadedIni {
  public:
   explicit LoadedIni(const std::string& path) : dict_(iniparser_load(path.c_str())) {
     if (dict_ == nullptr) {
-      orba::cli::Error(orba::cli::kFailed, "ini: cannot read %s", path.c_str());
+      orba::cli::FailPaths({{path, orba::cli::PathUse::kRead}}, "ini: cannot read %s",
+                           path.c_str());
     }
   }
   ~LoadedIni() { iniparser_freedict(dict_); }

@@ -37,7 +37,7 @@ int Start(const Args& args) {
   sigaddset(&stop, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &stop, nullptr);  // before the threads, so they inherit it
   if (open_factory_log() != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "log start: capture threads not started");
+    return orba::cli::Fail("log start: capture threads not started");
   }
   const bool progress = isatty(STDERR_FILENO);
   fprintf(stderr, "capturing into %s and %s; %s\n", kAdbLog, kKernelLog,
@@ -61,7 +61,8 @@ int Start(const Args& args) {
 int Clear(const Args& args) {
   std::string dir = args.empty() ? "/data/vendor/engineermode" : args[0];
   if (clear_factory_log(dir.c_str()) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "log clear: files still exist; see -v");
+    return orba::cli::FailPaths({{dir, orba::cli::PathUse::kDirectory, false}},
+                                "log clear: files still exist in %s", dir.c_str());
   }
   printf("cleared\n");
   return orba::cli::kOk;

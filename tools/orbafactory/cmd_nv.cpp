@@ -119,7 +119,9 @@ int WithBackupPartition(const ImageOptions& options, int (*body)(const Args&), c
 #else
   std::error_code ec;
   if (!fs::is_regular_file(options.image, ec)) {
-    return Error(kUsage, "--image %s: not a readable file", options.image.c_str());
+    // The image is the engineer's own file on this host, not a device path.
+    return Error(kUsage, "--image %s: not a readable file on this host: %s", options.image.c_str(),
+                 ec ? ec.message().c_str() : "not a regular file");
   }
   TemporaryRoot root;
   if (root.path().empty()) return Error(kFailed, "cannot make a temporary device root");
@@ -304,7 +306,7 @@ bool Parse(const Field& f, const std::string& value, uint8_t* record) {
 int ReadRecord(uint8_t* record) {
   int rc = get_XOLE_NV_item(record);
   if (rc != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "cannot read the factory record (%d); see -v", rc);
+    return orba::cli::Fail("cannot read the factory record (%d)", rc);
   }
   return orba::cli::kOk;
 }
@@ -339,7 +341,7 @@ int SetBody(const Args& args) {
   if (int rc = ReadRecord(record); rc != orba::cli::kOk) return rc;
   if (!Parse(*f, args[1], record)) return orba::cli::kUsage;
   if (put_XOLE_NV_item(record) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "cannot store the factory record; see -v");
+    return orba::cli::Fail("cannot store the factory record");
   }
   printf("%s\n", Line(record, *f).c_str());
   return orba::cli::kOk;

@@ -35,7 +35,7 @@ int Read(const Args& args) {
   std::vector<unsigned char> bytes(static_cast<size_t>(size));
   if (read_value_from_otp(static_cast<int>(offset), bytes.data(), static_cast<int>(size),
                           static_cast<int>(size)) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "otp: read failed (see the log, -v)");
+    return orba::cli::Fail("otp: read failed");
   }
   std::vector<char> hex(bytes.size() * 2 + 1);
   byte_to_hex(bytes.data(), hex.data(), static_cast<int>(bytes.size()));
@@ -58,7 +58,7 @@ int Write(const Args& args) {
   if (!ParseRange(range, &offset, &size)) return orba::cli::kUsage;
   if (!is_support_otp()) return orba::cli::Error(orba::cli::kFailed, "otp: no OTP device");
   if (write_value_to_otp(static_cast<int>(offset), bytes.data(), n, n) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "otp: write failed (see the log, -v)");
+    return orba::cli::Fail("otp: write failed");
   }
   printf("wrote %d bytes at %ld\n", n, offset);
   return orba::cli::kOk;

@@ -15,7 +15,7 @@ int Get(const Args& args) {
   bool at_form = !args.empty() && args[0] == "--at";
   if (!args.empty() && !at_form) return orba::cli::Error(orba::cli::kUsage, "pcb get [--at]");
   if ((at_form ? get_pcb_from_backup(code) : get_pcb(code)) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "pcb: no PCB code stored");
+    return orba::cli::Fail("pcb: no PCB code stored");
   }
   printf("%s\n", code);
   return orba::cli::kOk;
@@ -23,10 +23,9 @@ int Get(const Args& args) {
 
 int Set(const Args& args) {
   if (set_pcb_to_backup(args[0].c_str()) != 0) {
-    return orba::cli::Error(orba::cli::kFailed,
-                            "pcb: '%s' was not stored (2 to 20 characters, optionally in "
-                            "double quotes); see -v",
-                            args[0].c_str());
+    return orba::cli::Fail("pcb: '%s' was not stored (2 to 20 characters, optionally in "
+                           "double quotes)",
+                           args[0].c_str());
   }
   char code[64] = {};
   if (get_pcb(code) == 0) printf("%s\n", code);

@@ -27,8 +27,8 @@ int Read(const Args& args) {
   }
   char buf[kPolicySize] = {};
   if (read_policy_file(0, args[0].c_str(), buf, static_cast<int>(size)) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "policy: cannot read %s (missing or empty)",
-                            args[0].c_str());
+    return orba::cli::FailPaths({{args[0], orba::cli::PathUse::kRead, false}},
+                                "policy: cannot read %s (missing or empty)", args[0].c_str());
   }
   printf("%s\n", buf);
   return orba::cli::kOk;
@@ -51,8 +51,8 @@ int Write(const Args& args) {
   }
   int ret = write_policy_file(0, path.c_str(), node ? O_WRONLY : kFileFlags, text.c_str());
   if (ret != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "policy: cannot write %s: %s", path.c_str(),
-                            strerror(ret < -1 ? -ret : EINVAL));
+    return orba::cli::FailErrno(ret < -1 ? -ret : EINVAL, {path, orba::cli::PathUse::kWrite, false},
+                                "policy: cannot write %s", path.c_str());
   }
   return orba::cli::kOk;
 }
@@ -77,8 +77,8 @@ int Replace(const Args& args) {
   if (replace_policy_file(0, args[0].c_str(), kFileFlags, text.c_str(),
                           static_cast<unsigned>(text.size()), args[1].c_str(),
                           args[2].c_str()) != 1) {
-    return orba::cli::Error(orba::cli::kFailed, "policy: cannot replace in %s (see -v)",
-                            args[0].c_str());
+    return orba::cli::FailPaths({{args[0], orba::cli::PathUse::kWrite, false}},
+                                "policy: cannot replace in %s", args[0].c_str());
   }
   // A file without the section gets TEXT appended, and the library reports success even when
   // that append was refused: look at the file to be sure.

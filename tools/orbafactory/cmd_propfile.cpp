@@ -19,17 +19,17 @@ int Get(const Args& args) {
 
 int Set(const Args& args) {
   if (set_property_file_item_value(args[0].c_str(), args[1].c_str(), args[2].c_str()) != 0) {
-    return orba::cli::Error(orba::cli::kFailed,
-                            "propfile: cannot set %s in %s (service up? see the log, -v)",
-                            args[1].c_str(), args[0].c_str());
+    return orba::cli::FailPaths({{args[0], orba::cli::PathUse::kWrite, false}},
+                                "propfile: cannot set %s in %s", args[1].c_str(), args[0].c_str());
   }
   return orba::cli::kOk;
 }
 
 int Del(const Args& args) {
   if (delete_property_file_item(args[0].c_str(), args[1].c_str()) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "propfile: cannot delete %s from %s (see -v)",
-                            args[1].c_str(), args[0].c_str());
+    return orba::cli::FailPaths({{args[0], orba::cli::PathUse::kWrite, false}},
+                                "propfile: cannot delete %s from %s", args[1].c_str(),
+                                args[0].c_str());
   }
   return orba::cli::kOk;
 }

@@ -13,7 +13,7 @@ using orba::cli::Args;
 int Get(const Args&) {
   char sn[64] = {};
   if (get_sn_from_backup(sn) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "sn: no 15-character serial number stored");
+    return orba::cli::Fail("sn: no 15-character serial number stored");
   }
   printf("%s\n", sn);
   return orba::cli::kOk;
@@ -30,7 +30,7 @@ int Set(const Args& args) {
                             args[0].c_str());
   }
   if (set_sn_to_backup(args[0].c_str()) != 0) {
-    return orba::cli::Error(orba::cli::kFailed, "sn: cannot store the serial number; see -v");
+    return orba::cli::Fail("sn: cannot store the serial number");
   }
   if (args[0].size() != 15) {
     fprintf(stderr, "orbafactory: stored, but only a 15-character serial number reads back\n");

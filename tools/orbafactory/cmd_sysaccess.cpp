@@ -18,6 +18,7 @@ using orba::cli::Args;
 using orba::cli::kFailed;
 using orba::cli::kOk;
 using orba::cli::kUsage;
+using orba::cli::PathUse;
 
 constexpr int kPropertyValueMax = 92;
 constexpr size_t kCommandOutputMax = 64 * 1024;
@@ -34,7 +35,7 @@ int PropGet(const Args& args) {
   char value[kPropertyValueMax] = {};
   const char* fallback = args.size() > 1 ? args[1].c_str() : "";
   if (orbaatcmd_get_system_property(args[0].c_str(), value, fallback) != 0) {
-    return orba::cli::Error(kFailed, "prop get: cannot read %s (see the log, -v)", args[0].c_str());
+    return orba::cli::Fail("prop get: cannot read %s", args[0].c_str());
   }
   printf("%s\n", value);
   return kOk;
@@ -71,12 +72,13 @@ int PropWait(const Args& args) {
 int FileRead(const Args& args) {
   int size = orbaatcmd_sizeof_system_file(args[0].c_str());
   if (size < 0) {
-    return orba::cli::Error(kFailed, "file read: cannot reach %s (see the log, -v)",
-                            args[0].c_str());
+    return orba::cli::FailPaths({{args[0], PathUse::kRead, false}}, "file read: cannot reach %s",
+                                args[0].c_str());
   }
   std::vector<char> text(static_cast<size_t>(size) + 1, '\0');
   if (size > 0 && orbaatcmd_fread_system_file(args[0].c_str(), text.data(), size) != 0) {
-    return orba::cli::Error(kFailed, "file read: cannot read %s", args[0].c_str());
+    return orba::cli::FailPaths({{args[0], PathUse::kRead, false}}, "file read: cannot read %s",
+                                args[0].c_str());
   }
   fputs(text.data(), stdout);
   return kOk;
@@ -88,8 +90,8 @@ int WriteWith(const Args& args, const char* mode, const char* what) {
     return orba::cli::Error(kFailed, "%s: cannot read standard input", what);
   }
   if (orbaatcmd_fwrite_system_file(args[0].c_str(), mode, data.c_str()) < 0) {
-    return orba::cli::Error(kFailed, "%s: cannot write %s (see the log, -v)", what,
-                            args[0].c_str());
+    return orba::cli::FailPaths({{args[0], PathUse::kWrite, false}}, "%s: cannot write %s", what,
+                                args[0].c_str());
   }
   return kOk;
 }
@@ -99,15 +101,17 @@ int FileAppend(const Args& args) { return WriteWith(args, "a", "file append"); }
 
 int FileCopy(const Args& args) {
   if (orbaatcmd_copy_file(args[0].c_str(), args[1].c_str()) != 0) {
-    return orba::cli::Error(kFailed, "file copy: %s -> %s failed", args[0].c_str(),
-                            args[1].c_str());
+    return orba::cli::FailPaths(
+        {{args[0], PathUse::kRead, false}, {args[1], PathUse::kWrite, false}},
+        "file copy: %s -> %s failed", args[0].c_str(), args[1].c_str());
   }
   return kOk;
 }
 
 int FileRemove(const Args& args) {
   if (orbaatcmd_remove_system_file(args[0].c_str()) != 0) {
-    return orba::cli::Error(kFailed, "file remove: %s failed", args[0].c_str());
+    return orba::cli::FailPaths({{args[0], PathUse::kRead, false}}, "file remove: %s failed",
+                                args[0].c_str());
   }
   return kOk;
 }
@@ -115,7 +119,8 @@ int FileRemove(const Args& args) {
 int FileMd5(const Args& args) {
   unsigned char digest[16] = {};
   if (orbaatcmd_md5_system_file(args[0].c_str(), digest) != 0) {
-    return orba::cli::Error(kFailed, "file md5: no digest for %s", args[0].c_str());
+    return orba::cli::FailPaths({{args[0], PathUse::kRead, false}}, "file md5: no digest for %s",
+                                args[0].c_str());
   }
   for (unsigned char b : digest) printf("%02x", b);
   printf("  %s\n", args[0].c_str());
@@ -124,7 +129,10 @@ int FileMd5(const Args& args) {
 
 int FileSize(const Args& args) {
   int size = orbaatcmd_sizeof_system_file(args[0].c_str());
-  if (size < 0) return orba::cli::Error(kFailed, "file size: cannot reach %s", args[0].c_str());
+  if (size < 0) {
+    return orba::cli::FailPaths({{args[0], PathUse::kRead, false}}, "file size: cannot reach %s",
+                                args[0].c_str());
+  }
   printf("%d\n", size);
   return kOk;
 }
@@ -136,7 +144,8 @@ int FileChmod(const Args& args) {
     return orba::cli::Error(kUsage, "file chmod: MODE is octal, like 0664");
   }
   if (orbaatcmd_chmod_system_file(args[0].c_str(), static_cast<unsigned>(mode)) != 0) {
-    return orba::cli::Error(kFailed, "file chmod: %s failed", args[0].c_str());
+    return orba::cli::FailPaths({{args[0], PathUse::kRead, false}}, "file chmod: %s failed",
+                                args[0].c_str());
   }
   return kOk;
 }
@@ -148,7 +157,7 @@ int Exec(const Args& args) {
   std::vector<char> out(kCommandOutputMax + 1, '\0');
   if (orbaatcmd_exec_system_cmd(cmd.c_str(), out.data(), static_cast<int>(kCommandOutputMax)) !=
       0) {
-    return orba::cli::Error(kFailed, "exec: the service ran nothing (is it up? see the log, -v)");
+    return orba::cli::Fail("exec: the service ran nothing");
   }
   fputs(out.data(), stdout);
   return kOk;

@@ -31,10 +31,9 @@ std::string Visible(const char* text) {
 int Run(const Args& args) {
   tool_test_app_command cmd{};
   if (tool_test_app_command_ini(args[0].c_str(), &cmd) != 0) {
-    return orba::cli::Error(orba::cli::kFailed,
-                            "toolcmd: '%s' is not a next command of "
-                            "/cache/recovery/last_tool_test_app.ini (see the log, -v)",
-                            args[0].c_str());
+    return orba::cli::Fail("toolcmd: '%s' is not a next command of "
+                           "/cache/recovery/last_tool_test_app.ini",
+                           args[0].c_str());
   }
   printf("command=%s\n", cmd.command);
   printf("delay_time=%d\n", static_cast<int>(cmd.delay_time));

@@ -1,10 +1,11 @@
 // orbafactory zip list|extract|test FILE: the library's ZIP reader on a device file.
 
 #include <stdio.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <string.h>
+#include <time.h>
 
 #include <string>
+#include <vector>
 
 #include <orbafactory/minzip.h>
 
@@ -17,15 +18,15 @@ using orba::cli::Args;
 // An archive mapped and indexed for the length of one command.
 class OpenArchive {
  public:
-  explicit OpenArchive(const std::string& path) {
+  OpenArchive(const char* command, const std::string& path) {
     if (sysMapFile(path.c_str(), &map_) != 0) {
-      orba::cli::Error(orba::cli::kFailed, "zip: cannot map %s", path.c_str());
+      orba::cli::FailPaths({{path, orba::cli::PathUse::kRead}}, "zip %s: cannot map %s", command,
+                           path.c_str());
       return;
     }
     mapped_ = true;
     if (mzOpenZipArchive(map_.base, map_.length, &archive_) != 0) {
-      orba::cli::Error(orba::cli::kFailed, "zip: %s is not a valid archive (see the log, -v)",
-                       path.c_str());
+      orba::cli::Fail("zip %s: %s is not a valid archive", command, path.c_str());
       return;
     }
     open_ = true;
@@ -49,8 +50,14 @@ class OpenArchive {
 
 std::string Name(const ZipEntry& e) { return std::string(e.name, e.name_length); }
 
+double Seconds() {
+  timespec ts;
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) / 1e9;
+}
+
 int List(const Args& args) {
-  OpenArchive zip(args[0]);
+  OpenArchive zip("list", args[0]);
   if (!zip.ok()) return orba::cli::kFailed;
   printf("%10s %10s %-8s %-8s %s\n", "length", "stored", "method", "crc32", "name");
   long total = 0;
@@ -64,52 +71,73 @@ int List(const Args& args) {
   return orba::cli::kOk;
 }
 
-struct Progress {
-  unsigned done = 0;
-  unsigned total = 0;
-  bool tty = false;
+bool IsDirectory(const ZipEntry& e) {
+  return e.name_length > 0 && e.name[e.name_length - 1] == '/';
+}
+
+// Members are extracted in the archive's order, and each file's callback comes once it is
+// written; directories have callbacks too but no bytes.
+struct Extraction {
+  orba::cli::TransferProgress* progress;
+  unsigned files = 0;
 };
 
-void ShowProgress(const char* path, void* cookie) {
-  auto* p = static_cast<Progress*>(cookie);
-  ++p->done;
-  if (p->tty) {
-    fprintf(stderr, "\rextracting %u/%u", p->done, p->total);
-  } else {
-    printf("%s\n", path);
-  }
+void MemberWritten(const char* path, void* cookie) {
+  auto* x = static_cast<Extraction*>(cookie);
+  size_t len = strlen(path);
+  if (len > 0 && path[len - 1] == '/') return;
+  ++x->files;
+  x->progress->MemberDone();
 }
 
 int Extract(const Args& args) {
-  OpenArchive zip(args[0]);
-  if (!zip.ok()) return orba::cli::kFailed;
   const std::string target = args.size() > 1 ? args[1] : "/data/local/tmp/unzip";
   if (target.empty() || target[0] != '/') {
     return orba::cli::Error(orba::cli::kUsage, "zip extract: DIR must be an absolute device path");
   }
-  Progress progress;
-  progress.total = zip.archive().entry_count;
-  progress.tty = isatty(STDERR_FILENO) != 0;
-  bool ok = mzExtractRecursive(&zip.archive(), "", target.c_str(), nullptr, ShowProgress,
-                               &progress, nullptr);
-  if (progress.tty) fputc('\n', stderr);
-  if (!ok) return orba::cli::Error(orba::cli::kFailed, "zip extract: failed (see the log, -v)");
-  printf("extracted %u entries into %s\n", progress.done, target.c_str());
+  OpenArchive zip("extract", args[0]);
+  if (!zip.ok()) return orba::cli::kFailed;
+  std::vector<orba::cli::TransferItem> items;
+  unsigned long long bytes = 0;
+  for (unsigned i = 0; i < zip.archive().entry_count; ++i) {
+    const ZipEntry& e = zip.archive().entries[i];
+    if (IsDirectory(e)) continue;
+    unsigned long long size = static_cast<unsigned long long>(e.uncompressed_length);
+    items.push_back({Name(e), target + "/" + Name(e), size});
+    bytes += size;
+  }
+  const double start = Seconds();
+  orba::cli::TransferProgress progress("extracting", items);
+  Extraction x{&progress};
+  bool ok = mzExtractRecursive(&zip.archive(), "", target.c_str(), nullptr, MemberWritten, &x,
+                               nullptr);
+  progress.Finish();
+  // A member that fails part way ends the run without failing it: count what arrived.
+  if (!ok || x.files != items.size()) {
+    return orba::cli::FailPaths({{target, orba::cli::PathUse::kDirectory, false}},
+                                "zip extract: %u of %zu files extracted into %s", x.files,
+                                items.size(), target.c_str());
+  }
+  const double seconds = Seconds() - start;
+  printf("extracted %zu files (%s) into %s in %.1f s\n", items.size(),
+         orba::cli::FormatBytes(bytes).c_str(), target.c_str(), seconds);
   return orba::cli::kOk;
 }
 
 bool Discard(const unsigned char*, int, void*) { return true; }
 
 int Test(const Args& args) {
-  OpenArchive zip(args[0]);
+  OpenArchive zip("test", args[0]);
   if (!zip.ok()) return orba::cli::kFailed;
   unsigned bad = 0;
   for (unsigned i = 0; i < zip.archive().entry_count; ++i) {
     const ZipEntry& e = zip.archive().entries[i];
+    orba::cli::ClearLibraryError();
     bool ok = mzProcessZipEntryContents(&zip.archive(), &e, Discard, nullptr);
     if (!ok) {
       ++bad;
-      printf("FAILED %s\n", Name(e).c_str());
+      std::string cause = orba::cli::LastLibraryError();
+      printf("FAILED %s: %s\n", Name(e).c_str(), cause.empty() ? "unreadable" : cause.c_str());
     }
   }
   printf("%u entries, %u failed\n", zip.archive().entry_count, bad);

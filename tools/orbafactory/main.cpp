@@ -1,6 +1,5 @@
 // orbafactory: the factory test library from a shell, one family of test steps per subcommand.
 
-#include <android/log.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -76,7 +75,7 @@ int main(int argc, char** argv) {
                               opt.c_str());
     }
   }
-  __android_log_set_minimum_priority(verbose ? ANDROID_LOG_DEBUG : ANDROID_LOG_SILENT);
+  orba::cli::CaptureLibraryLog(verbose);
   if (i >= argc) {
     PrintUsage(stderr);
     return orba::cli::kUsage;

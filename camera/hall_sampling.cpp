@@ -1,0 +1,140 @@
+// Background sampling of the pop module's two halls while the motor runs: one detached thread
+// per record, and the AT response built from what they read.
+
+#include <orbafactory/camera.h>
+
+#include <errno.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <stdio.h>
+#include <string.h>
+
+#include <orbafactory/config.h>
+#include <platform/log.h>
+
+#include "camera_nodes.h"
+
+using namespace orba::camera;
+
+namespace {
+
+// However many readings were asked for, a sampling thread gives up after this long, so a
+// forgotten record is never written to much later.
+constexpr long long kSampleLimitMs = 11000;
+
+void FillRecord(HallSampleRecord* rec, int interval_ms, int count, const char* path) {
+  __atomic_store_n(&rec->stop, 0, __ATOMIC_RELAXED);
+  rec->count = count;
+  rec->interval_ms = interval_ms;
+  memset(rec->path, 0, sizeof(rec->path));
+  strncpy(rec->path, path, sizeof(rec->path) - 1);
+  memset(rec->samples, 0, sizeof(rec->samples));
+}
+
+void* SampleTrampoline(void* rec) { return sample_data_thread(static_cast<HallSampleRecord*>(rec)); }
+
+// Appends `text` at *at when it fits before `end` (keeping room for the terminator).
+bool Append(char** at, const char* end, const char* text) {
+  size_t n = strlen(text);
+  if (static_cast<size_t>(end - *at) <= n) return false;
+  memcpy(*at, text, n + 1);
+  *at += n;
+  return true;
+}
+
+}  // namespace
+
+extern "C" ORBA_EXPORT int ready_to_sample_camera_pop_hall(int interval_ms, int sample_count,
+                                                           HallSampleRecord* up, int /*ignored*/,
+                                                           HallSampleRecord* down) {
+  if (get_camera_motor_type() != 1) return 1;
+  int ret1 = WriteNode(kUpHallEnable, "1");
+  int ret2 = WriteNode(kDownHallEnable, "1");
+  if (ret1 != 0 || ret2 != 0) {
+    ORBA_LOGE("write_policy_file error: ret1=%d, ret2=%d, error: %s", ret1, ret2,
+              strerror(-(ret1 != 0 ? ret1 : ret2)));
+    return 0;
+  }
+  if (up == nullptr || down == nullptr) return 0;
+  // A record holds at most HALL_SAMPLE_MAX readings; a larger count is held to that.
+  int count = sample_count > HALL_SAMPLE_MAX ? HALL_SAMPLE_MAX : sample_count;
+  FillRecord(up, interval_ms, count, kUpHallData);
+  FillRecord(down, interval_ms, count, kDownHallData);
+  return 1;
+}
+
+extern "C" ORBA_EXPORT int create_hall_sample_thread(int /*interval_ms*/, int /*sample_count*/,
+                                                     HallSampleRecord* up, int /*ignored*/,
+                                                     HallSampleRecord* down) {
+  if (get_camera_motor_type() == 1 && up != nullptr && down != nullptr) {
+    pthread_t t1, t2;
+    bool ok = pthread_create(&t1, nullptr, SampleTrampoline, up) == 0;
+    ok = ok && pthread_create(&t2, nullptr, SampleTrampoline, down) == 0;
+    if (ok) return 1;
+  }
+  ORBA_LOGE("thread created error!!");
+  return 0;
+}
+
+extern "C" ORBA_EXPORT void* sample_data_thread(HallSampleRecord* rec) {
+  long long start = NowMs();
+  ORBA_LOGD(" start!! ");
+  int rc = pthread_detach(pthread_self());
+  if (rc != 0) ORBA_LOGE("pthread_detach error:%d", rc);
+  char path[sizeof(rec->path)] = {};
+  memcpy(path, rec->path, sizeof(path) - 1);
+  int count = rec->count > HALL_SAMPLE_MAX ? HALL_SAMPLE_MAX : rec->count;
+  ORBA_LOGD("sample_interval=%d, sample_num=%d, file_path=%s", rec->interval_ms, rec->count,
+            path);
+  if (count >= 1) {
+    for (int i = 0; i < count; ++i) strcpy(rec->samples[i], "0");
+    for (int i = 0; i < count; ++i) {
+      if (__atomic_load_n(&rec->stop, __ATOMIC_ACQUIRE) == 1) {
+        ORBA_LOGD("thread off!!");
+        break;
+      }
+      // Whole seconds, as the limit has always been counted.
+      if ((NowMs() - start) / 1000 * 1000 >= kSampleLimitMs) {
+        ORBA_LOGD("sample data timeOut, return!!");
+        break;
+      }
+      char reading[HALL_SAMPLE_TEXT] = {};
+      if (read_policy_file(0, path, reading, sizeof(reading)) != 0) {
+        ORBA_LOGE("read %s file error:%s", path, strerror(errno));
+      } else {
+        memcpy(rec->samples[i], reading, sizeof(reading));
+      }
+      SleepMs(rec->interval_ms);
+    }
+  }
+  ORBA_LOGD("end!!");
+  return nullptr;
+}
+
+extern "C" ORBA_EXPORT int combine_hall_sample_resp(char* out, int count, HallSampleRecord* up,
+                                                    int /*ignored*/, HallSampleRecord* down) {
+  int motor_type = get_camera_motor_type();
+  if (motor_type != 1 || out == nullptr || up == nullptr || down == nullptr) {
+    if (out != nullptr) out[0] = '\0';
+    return motor_type;
+  }
+  if (count > HALL_SAMPLE_MAX) count = HALL_SAMPLE_MAX;
+  // The caller sizes `out` for the readings; this bound only keeps a bad count from running off.
+  const size_t room = 2 * HALL_SAMPLE_TEXT * static_cast<size_t>(count > 0 ? count : 0) + 40;
+  char* at = out;
+  const char* end = out + room;
+  *at = '\0';
+  const HallSampleRecord* recs[2] = {up, down};
+  const char* prefixes[2] = {"+hall_up_array:\"", "\r\n+hall_down_array:\""};
+  for (int r = 0; r < 2; ++r) {
+    Append(&at, end, prefixes[r]);
+    for (int i = 0; i < count; ++i) {
+      if (i > 0) Append(&at, end, ",");
+      char slot[HALL_SAMPLE_TEXT + 1] = {};
+      memcpy(slot, recs[r]->samples[i], HALL_SAMPLE_TEXT);
+      Append(&at, end, slot);
+    }
+    Append(&at, end, "\"");
+  }
+  return static_cast<int>(at - out);
+}

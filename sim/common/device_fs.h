@@ -1,0 +1,62 @@
+#ifndef ORBA_SIM_COMMON_DEVICE_FS_H
+#define ORBA_SIM_COMMON_DEVICE_FS_H
+
+// File work of the simulated device's services, which run as root on a host: every path they
+// open, create, rename, remove, chmod or list is resolved inside the device root, links included.
+// A link is followed as the device would follow it: an absolute target is a path of the device,
+// and ".." never climbs above the device's "/". What is checked and what is used are the same
+// descriptor, so nothing planted between the two can redirect the work.
+//
+// The kernel resolves with openat2(RESOLVE_IN_ROOT) where it has it; elsewhere (older kernels,
+// seccomp filters that do not know the call) an equivalent walk opens one component at a time
+// with O_NOFOLLOW and follows each link itself.
+
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+
+#include <android-base/unique_fd.h>
+
+namespace orba::sim {
+
+using android::base::unique_fd;
+
+enum class Resolver {
+  kBest,  // openat2 when the kernel offers it, else the walk
+  kWalk,  // always the walk (the fallback, also for tests)
+};
+
+// Opens `path` beneath the directory `root_fd` as if that directory were "/". `flags` are
+// open(2) flags (O_CLOEXEC is always added); O_NOFOLLOW keeps a final link from being followed
+// (with O_PATH it opens the link itself). -1 with errno set on failure.
+unique_fd OpenBeneath(int root_fd, std::string_view path, int flags, mode_t mode = 0,
+                      Resolver resolver = Resolver::kBest);
+
+// The device root as a directory descriptor.
+unique_fd OpenDeviceRoot();
+// A device path (absolute) opened inside the device root.
+unique_fd OpenInDevice(std::string_view device_path, int flags, mode_t mode = 0);
+// The directory that holds the last component of `path` (beneath `root_fd`), and that component.
+// Refuses a path whose last component is "", "." or "..": the caller means to create, rename or
+// remove that name, and those are not names of their own.
+bool OpenParentBeneath(int root_fd, std::string_view path, unique_fd* dir, std::string* leaf);
+bool OpenParentInDevice(std::string_view device_path, unique_fd* dir, std::string* leaf);
+// mkdir -p beneath `root_fd` (existing directories, and links to directories inside, are fine).
+bool MakeDirsBeneath(int root_fd, std::string_view dir, mode_t mode);
+bool MakeDirsInDevice(std::string_view device_dir, mode_t mode);
+
+// A new file in `dir_fd` under a name nobody can guess beforehand (`stem` plus random letters),
+// created with O_EXCL | O_NOFOLLOW, so nothing planted at that name is opened instead.
+unique_fd CreateTempFile(int dir_fd, std::string_view stem, mode_t mode, std::string* name);
+// Replaces a device file whole: written to a temporary file beside it, synced and renamed over
+// it (readers see the old or the new content, never a part). Makes its directory.
+bool ReplaceDeviceFile(std::string_view device_path, std::string_view content, mode_t mode);
+
+bool WriteAll(int fd, const char* data, size_t size);
+// The whole content of an open file, refusing more than `limit` bytes (EFBIG).
+bool ReadAll(int fd, std::string* out, size_t limit);
+
+}  // namespace orba::sim
+
+#endif

@@ -1,0 +1,49 @@
+// orba-hw-models: the simulated device's moving hardware (the camera's pop and rotary motors
+// with their hall sensors and magnetometer). Started by orbafactory-sim with ORBA_DEVICE_ROOT
+// set; runs until SIGTERM or SIGINT.
+
+#include <android/log.h>
+#include <signal.h>
+#include <stdio.h>
+#include <sys/resource.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <string>
+
+#include <platform/host/device_root.h>
+
+#include "model_service.h"
+
+int main() {
+  if (orba_device_root()[0] == '\0') {
+    fprintf(stderr, "orba-hw-models: no device: set " ORBA_DEVICE_ROOT_ENV
+                    " (orbafactory-sim start does)\n");
+    return 2;
+  }
+  sigset_t stop_signals;
+  sigemptyset(&stop_signals);
+  sigaddset(&stop_signals, SIGTERM);
+  sigaddset(&stop_signals, SIGINT);
+  sigprocmask(SIG_BLOCK, &stop_signals, nullptr);
+  int stop_fd = signalfd(-1, &stop_signals, SFD_CLOEXEC);
+  if (stop_fd < 0) {
+    perror("orba-hw-models: signalfd");
+    return 1;
+  }
+  // Hardware does not wait for a busy CPU. A model starved on a loaded machine leaves its
+  // readings standing while the module moves, and a step that watches for the readings to settle
+  // takes a moving module for a resting one. Ask for a head start over ordinary processes;
+  // without the privilege the models run at normal priority.
+  setpriority(PRIO_PROCESS, 0, -10);
+  orba::sim::hw::ModelService service(stop_fd);
+  std::string error;
+  if (!service.Start("/data/sim/run/orba-hw-models.ready", &error)) {
+    __android_log_print(ANDROID_LOG_ERROR, "orba-hw-models", "%s", error.c_str());
+    return 1;
+  }
+  service.Run();
+  __android_log_print(ANDROID_LOG_INFO, "orba-hw-models", "stopping");
+  close(stop_fd);
+  return 0;
+}

@@ -1,0 +1,103 @@
+#include "model_service.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <string.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <android/log.h>
+#include <platform/devpath.h>
+
+#include "node_io.h"
+
+namespace orba::sim::hw {
+namespace {
+
+constexpr char kTag[] = "orba-hw-models";
+
+std::string Parent(const std::string& path) { return path.substr(0, path.rfind('/')); }
+std::string Base(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
+}  // namespace
+
+ModelService::ModelService(int stop_fd) : stop_fd_(stop_fd) {}
+
+bool ModelService::Start(const std::string& ready_file, std::string* error) {
+  enabled_ = HardwareEnabled();
+  if (enabled_) {
+    inotify_fd_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (inotify_fd_ < 0) {
+      *error = std::string("inotify: ") + strerror(errno);
+      return false;
+    }
+    Clock::time_point now = Clock::now();
+    for (const ModelKind& kind : ModelKinds()) {
+      if (!kind.fitted()) continue;
+      models_.push_back(kind.create());
+      HardwareModel* model = models_.back().get();
+      for (const std::string& node : model->CommandNodes()) {
+        // The directory, not the node: a test that replaces a node by rename keeps being seen.
+        int wd = inotify_add_watch(inotify_fd_, DevPath(Parent(node).c_str()),
+                                   IN_CLOSE_WRITE | IN_MOVED_TO);
+        if (wd < 0) {
+          *error = "cannot watch " + Parent(node) + ": " + strerror(errno);
+          return false;
+        }
+        watched_.push_back({model, node, Base(node), wd});
+      }
+      model->Start(now);
+      __android_log_print(ANDROID_LOG_INFO, kTag, "%s model fitted", model->Name());
+    }
+    wake_.assign(models_.size(), std::nullopt);
+  } else {
+    __android_log_print(ANDROID_LOG_INFO, kTag, "sim.hw.enable is 0: leaving every node alone");
+  }
+  ReplaceNode(ready_file, std::to_string(getpid()) + "\n");
+  return true;
+}
+
+void ModelService::OnEvents() {
+  alignas(inotify_event) char buf[4096];
+  for (;;) {
+    ssize_t n = read(inotify_fd_, buf, sizeof(buf));
+    if (n <= 0) return;  // EAGAIN: drained
+    Clock::time_point now = Clock::now();
+    for (char* p = buf; p < buf + n;) {
+      auto* ev = reinterpret_cast<inotify_event*>(p);
+      p += sizeof(inotify_event) + ev->len;
+      if (ev->len == 0) continue;
+      for (const Watched& w : watched_) {
+        if (w.wd != ev->wd || w.name != ev->name) continue;
+        w.model->OnCommand(w.node, now);
+        for (size_t i = 0; i < models_.size(); ++i) {
+          if (models_[i].get() == w.model) wake_[i] = now;
+        }
+      }
+    }
+  }
+}
+
+void ModelService::Run() {
+  for (;;) {
+    int timeout = -1;  // nothing moves: sleep until a command or the stop signal
+    Clock::time_point now = Clock::now();
+    for (const auto& wake : wake_) {
+      if (!wake) continue;
+      long long ms = std::chrono::duration_cast<std::chrono::milliseconds>(*wake - now).count();
+      if (ms < 0) ms = 0;
+      if (timeout < 0 || ms < timeout) timeout = static_cast<int>(ms);
+    }
+    pollfd fds[2] = {{stop_fd_, POLLIN, 0}, {inotify_fd_, POLLIN, 0}};
+    int rc = poll(fds, inotify_fd_ >= 0 ? 2 : 1, timeout);
+    if (rc < 0 && errno != EINTR) return;
+    if (fds[0].revents != 0) return;
+    if (inotify_fd_ >= 0 && (fds[1].revents & POLLIN) != 0) OnEvents();
+    now = Clock::now();
+    for (size_t i = 0; i < models_.size(); ++i) {
+      if (wake_[i] && *wake_[i] <= now) wake_[i] = models_[i]->Tick(now);
+    }
+  }
+}
+
+}  // namespace orba::sim::hw

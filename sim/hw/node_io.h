@@ -1,0 +1,30 @@
+#ifndef ORBA_SIM_HW_NODE_IO_H
+#define ORBA_SIM_HW_NODE_IO_H
+
+// What the hardware models read and write, by device path.
+
+#include <string>
+
+namespace orba::sim::hw {
+
+// The whole text of a node; empty when it cannot be read.
+std::string ReadNode(const std::string& device_path);
+// Replaces a node whole: a temporary file beside it, renamed over it, so a reader sees the old
+// reading or the new one and never half of either. Makes the directory when missing.
+bool ReplaceNode(const std::string& device_path, const std::string& text);
+// Appends one line to a record file under /data/sim.
+void AppendRecord(const std::string& device_path, const std::string& line);
+
+// A sim.* knob, or its default when unset or not a number.
+double Knob(const char* name, double fallback);
+// Whether the models may touch the device's nodes at all (sim.hw.enable).
+bool HardwareEnabled();
+// Whether /etc/em_features.xml gives the camera motor this exact type text.
+bool CameraMotorTypeIs(const char* type);
+
+// Milliseconds since the epoch, the clock the library's own time stamps use.
+long long WallMs();
+
+}  // namespace orba::sim::hw
+
+#endif

@@ -1,0 +1,98 @@
+// Background hall sampling: threads that run out, are stopped, or time out.
+
+#include <gtest/gtest.h>
+
+#include <string.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+
+#include <orbafactory/camera.h>
+
+#include "camera_fixture.h"
+
+namespace orba::test {
+namespace {
+
+class HallSamplingTest : public CameraNodeTest {
+ protected:
+  void SetUp() override {
+    CameraNodeTest::SetUp();
+    SetFeatures("fully_auto_pop");
+    WriteDeviceFile("/sys/class/orba_hall/up_hall/data", "901\n");
+    WriteDeviceFile("/sys/class/orba_hall/down_hall/data", "118\n");
+    up_ = std::make_unique<HallSampleRecord>();
+    down_ = std::make_unique<HallSampleRecord>();
+  }
+
+  // Waits until both threads have logged `text` (the log is their only sign of having ended).
+  bool WaitBothLogged(const std::string& text, int limit_ms) {
+    for (int waited = 0; waited < limit_ms; waited += 10) {
+      int seen = 0;
+      for (const LogLine& l : log_.Lines()) seen += l.text == text ? 1 : 0;
+      if (seen >= 2) return true;
+      usleep(10000);
+    }
+    return false;
+  }
+
+  std::unique_ptr<HallSampleRecord> up_, down_;
+};
+
+TEST_F(HallSamplingTest, RunsOutAndBuildsTheResponse) {
+  ASSERT_EQ(ready_to_sample_camera_pop_hall(5, 3, up_.get(), 0, down_.get()), 1);
+  EXPECT_EQ(Node("/sys/class/orba_hall/up_hall/enable"), "1");
+  EXPECT_EQ(Node("/sys/class/orba_hall/down_hall/enable"), "1");
+  EXPECT_STREQ(up_->path, "/sys/class/orba_hall/up_hall/data");
+  EXPECT_STREQ(down_->path, "/sys/class/orba_hall/down_hall/data");
+  ASSERT_EQ(create_hall_sample_thread(5, 3, up_.get(), 0, down_.get()), 1);
+  ASSERT_TRUE(WaitBothLogged("end!!", 5000)) << log_.Dump();
+  char out[2 * 64 * 3 + 40] = {};
+  int n = combine_hall_sample_resp(out, 3, up_.get(), 0, down_.get());
+  const char expected[] = "+hall_up_array:\"901,901,901\"\r\n+hall_down_array:\"118,118,118\"";
+  EXPECT_STREQ(out, expected);
+  EXPECT_EQ(n, static_cast<int>(strlen(expected)));
+}
+
+TEST_F(HallSamplingTest, StopFlagEndsTheThreadsEarly) {
+  ASSERT_EQ(ready_to_sample_camera_pop_hall(20, 200, up_.get(), 0, down_.get()), 1);
+  ASSERT_EQ(create_hall_sample_thread(20, 200, up_.get(), 0, down_.get()), 1);
+  usleep(100000);
+  __atomic_store_n(&up_->stop, 1, __ATOMIC_RELEASE);
+  __atomic_store_n(&down_->stop, 1, __ATOMIC_RELEASE);
+  ASSERT_TRUE(WaitBothLogged("thread off!!", 2000)) << log_.Dump();
+  ASSERT_TRUE(WaitBothLogged("end!!", 2000));
+  EXPECT_STREQ(up_->samples[0], "901");
+  EXPECT_STREQ(up_->samples[199], "0");  // never reached
+  EXPECT_STREQ(down_->samples[199], "0");
+}
+
+TEST_F(HallSamplingTest, UnreadableHallLeavesZeroSlots) {
+  unlink(HostPath("/sys/class/orba_hall/down_hall/data").c_str());
+  ASSERT_EQ(ready_to_sample_camera_pop_hall(1, 2, up_.get(), 0, down_.get()), 1);
+  ASSERT_EQ(create_hall_sample_thread(1, 2, up_.get(), 0, down_.get()), 1);
+  ASSERT_TRUE(WaitBothLogged("end!!", 5000)) << log_.Dump();
+  char out[2 * 64 * 2 + 40] = {};
+  combine_hall_sample_resp(out, 2, up_.get(), 0, down_.get());
+  EXPECT_STREQ(out, "+hall_up_array:\"901,901\"\r\n+hall_down_array:\"0,0\"");
+}
+
+TEST_F(HallSamplingTest, OtherModulesDoNotSample) {
+  SetFeatures("fully_auto_pop_rotate");
+  EXPECT_EQ(ready_to_sample_camera_pop_hall(5, 3, up_.get(), 0, down_.get()), 1);
+  EXPECT_EQ(Node("/sys/class/orba_hall/up_hall/enable"), "0");  // untouched
+  EXPECT_EQ(create_hall_sample_thread(5, 3, up_.get(), 0, down_.get()), 0);
+  EXPECT_TRUE(log_.Has(ANDROID_LOG_ERROR, "thread created error!!"));
+  char out[64] = "stale";
+  EXPECT_EQ(combine_hall_sample_resp(out, 3, up_.get(), 0, down_.get()), 2);
+  EXPECT_STREQ(out, "");
+}
+
+TEST_F(HallSamplingTest, HallEnableFailureIsReported) {
+  unlink(HostPath("/sys/class/orba_hall/up_hall/enable").c_str());
+  EXPECT_EQ(ready_to_sample_camera_pop_hall(5, 3, up_.get(), 0, down_.get()), 0);
+}
+
+}  // namespace
+}  // namespace orba::test

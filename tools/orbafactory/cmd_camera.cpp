@@ -1,0 +1,390 @@
+// orbafactory camera: the camera module's motors, halls and magnetometer, its calibration, its
+// identity, and the camera service with the station's camera AT commands.
+
+#include <math.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include <orbafactory/camera.h>
+#include <orbafactory/engineer.h>
+
+#include "cli.h"
+#include "failure.h"
+
+namespace {
+
+using orba::cli::Args;
+using orba::cli::kFailed;
+using orba::cli::kOk;
+using orba::cli::kUsage;
+
+std::string Join(const Args& words, size_t from) {
+  std::string out;
+  for (size_t i = from; i < words.size(); ++i) out += (out.empty() ? "" : " ") + words[i];
+  return out;
+}
+
+bool ParseMs(const std::string& text, const char* what, int* ms) {
+  long v = 0;
+  if (!orba::cli::ParseInt(text, what, &v)) return false;
+  if (v < 1 || v >= 65536) {
+    orba::cli::Error(kUsage, "%s: %ld ms is outside 1..65535", what, v);
+    return false;
+  }
+  *ms = static_cast<int>(v);
+  return true;
+}
+
+bool ParseDegrees(const std::string& text, const char* what, double* deg) {
+  char* end = nullptr;
+  *deg = strtod(text.c_str(), &end);
+  if (text.empty() || *end != '\0' || !std::isfinite(*deg)) {
+    orba::cli::Error(kUsage, "%s: '%s' is not an angle in degrees", what, text.c_str());
+    return false;
+  }
+  return true;
+}
+
+// While a move runs, a line on the terminal shows what the module does; nothing when stdout is
+// not a terminal, so scripts see only results.
+class MotionWatch {
+ public:
+  MotionWatch(const char* what, std::function<std::string()> sample) {
+    if (!isatty(STDOUT_FILENO)) return;
+    thread_ = std::thread([this, what, sample] {
+      auto start = std::chrono::steady_clock::now();
+      while (!done_.load()) {
+        double s = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        fprintf(stderr, "\r%s: %s  %.1f s   ", what, sample().c_str(), s);
+        fflush(stderr);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+      }
+      fputs("\r\033[K", stderr);
+    });
+  }
+  ~MotionWatch() {
+    done_ = true;
+    if (thread_.joinable()) thread_.join();
+  }
+
+ private:
+  std::atomic<bool> done_{false};
+  std::thread thread_;
+};
+
+std::string HallsNow() {
+  char halls[HALL_SAMPLE_TEXT] = "all";
+  if (get_current_pop_hall_data(halls) != 0) return "halls unreadable";
+  return std::string("halls ") + halls;
+}
+
+std::string AngleNow() {
+  char text[32];
+  snprintf(text, sizeof(text), "angle %.1f", get_current_angle());
+  return text;
+}
+
+RotaryUtil Tuning() {
+  RotaryUtil util;
+  init_rotary_util(&util);
+  return util;
+}
+
+int PrintMove(int ms, const char* what) {
+  if (ms < 0) return orba::cli::Fail("%s failed", what);
+  printf("%d ms, angle %.2f\n", ms, get_current_avr_angle());
+  return kOk;
+}
+
+int MotorType(const Args&) {
+  static const char* const kNames[] = {"none (no motorised camera)", "fully_auto_pop",
+                                       "fully_auto_pop_rotate", "semi_auto_pop",
+                                       "fully_manual_pop"};
+  int type = get_camera_motor_type();
+  printf("%d %s\n", type, type >= 0 && type <= 4 ? kNames[type] : "");
+  return kOk;
+}
+
+// Drives the pop motor for `ms` and follows the halls while it runs.
+int MovePop(const Args& args, bool out) {
+  int ms = 0;
+  if (!ParseMs(args[0], out ? "camera pop" : "camera retract", &ms)) return kUsage;
+  if ((out ? pop_camera(ms) : retract_camera(ms)) != 1) {
+    return orba::cli::FailPaths({{"/sys/class/timed_output/motor/enable",
+                                  orba::cli::PathUse::kWrite}},
+                                "camera %s: cannot command the pop motor", out ? "pop" : "retract");
+  }
+  {
+    MotionWatch watch(out ? "popping" : "retracting", HallsNow);
+    usleep(static_cast<useconds_t>(ms) * 1000);
+  }
+  printf("%s\n", HallsNow().c_str());
+  return kOk;
+}
+
+int Pop(const Args& args) { return MovePop(args, true); }
+int Retract(const Args& args) { return MovePop(args, false); }
+
+int Stop(const Args&) {
+  bool ok = stop_motor_pop() == 1;
+  if (get_camera_motor_type() == 2) ok = stop_motor_rotate() == 1 && ok;
+  if (!ok) return orba::cli::Fail("camera stop: a motor did not take the stop");
+  printf("stopped\n");
+  return kOk;
+}
+
+int Halls(const Args&) {
+  char halls[HALL_SAMPLE_TEXT] = "all";
+  if (get_current_pop_hall_data(halls) != 0) return orba::cli::Fail("camera halls");
+  printf("%s\n", halls);
+  return kOk;
+}
+
+// Pops (or retracts) the module and reports how long the halls took to settle.
+int BlockedTime(const Args& args) {
+  bool retract = !args.empty() && args[0] == "retract";
+  if (!args.empty() && args[0] != "pop" && args[0] != "retract") {
+    return orba::cli::Error(kUsage, "camera blocked-time: pop or retract, not '%s'",
+                            args[0].c_str());
+  }
+  int ms = 1500;
+  if (args.size() > 1 && !ParseMs(args[1], "camera blocked-time", &ms)) return kUsage;
+  char msg[96];
+  snprintf(msg, sizeof(msg), "%s %d 30 2000", retract ? "retract_all" : "pop_all",
+           retract ? ms + 65536 : ms);
+  int used;
+  {
+    MotionWatch watch(retract ? "retracting" : "popping", HallsNow);
+    used = atoi(pop_up_camera_by_engineer_interface(msg));
+  }
+  if (used < 0) return orba::cli::Fail("camera blocked-time: not a pop-up module, or no motor");
+  printf("%d\n", used);
+  return kOk;
+}
+
+int Sample(const Args& args) {
+  long count = 0, interval = 0;
+  if (!orba::cli::ParseInt(args[0], "camera sample COUNT", &count) ||
+      !orba::cli::ParseInt(args[1], "camera sample INTERVAL", &interval)) {
+    return kUsage;
+  }
+  if (count < 1 || count > HALL_SAMPLE_MAX || interval < 0) {
+    return orba::cli::Error(kUsage, "camera sample: COUNT 1..%d, INTERVAL 0 or more ms",
+                            HALL_SAMPLE_MAX);
+  }
+  // The sampling threads are detached and may outlive a wait cut short: their records live as
+  // long as the process.
+  static HallSampleRecord up, down;
+  int c = static_cast<int>(count), i = static_cast<int>(interval);
+  if (ready_to_sample_camera_pop_hall(i, c, &up, 0, &down) != 1 ||
+      create_hall_sample_thread(i, c, &up, 0, &down) != 1) {
+    return orba::cli::Fail("camera sample: sampling needs a fully_auto_pop module");
+  }
+  // The threads end after COUNT readings, and never later than 11 s.
+  long wait_ms = std::min(count * interval, 11000L) + interval + 100;
+  {
+    MotionWatch watch("sampling", HallsNow);
+    usleep(static_cast<useconds_t>(wait_ms) * 1000);
+  }
+  __atomic_store_n(&up.stop, 1, __ATOMIC_RELEASE);
+  __atomic_store_n(&down.stop, 1, __ATOMIC_RELEASE);
+  std::string out(2 * HALL_SAMPLE_TEXT * static_cast<size_t>(c) + 40, '\0');
+  combine_hall_sample_resp(&out[0], c, &up, 0, &down);
+  printf("%s\n", out.c_str());
+  return kOk;
+}
+
+int Angle(const Args&) {
+  printf("%.2f\n", get_current_avr_angle());
+  return kOk;
+}
+
+int Field(const Args&) {
+  char field[64] = "xyz";
+  if (get_current_rotary_hall_data(field) != 0) return orba::cli::Fail("camera field");
+  printf("%s\n", field);
+  return kOk;
+}
+
+int RotateTo(const Args& args) {
+  double deg = 0;
+  if (!ParseDegrees(args[0], "camera rotate-to", &deg)) return kUsage;
+  if (deg < 0 || deg >= 360) return orba::cli::Error(kUsage, "camera rotate-to: 0 <= DEG < 360");
+  RotaryUtil u = Tuning();
+  MotionWatch watch("turning", AngleNow);
+  return PrintMove(
+      rotate_to_appointted_angles(u.rotary_interval, u.rotary_timeout, deg, u.angle_precision),
+      "camera rotate-to (calibrated unreached angle? see camera cali)");
+}
+
+int RotateBy(const Args& args) {
+  double deg = 0;
+  if (!ParseDegrees(args[0], "camera rotate-by", &deg)) return kUsage;
+  RotaryUtil u = Tuning();
+  MotionWatch watch("turning", AngleNow);
+  return PrintMove(
+      rotate_by_relative_angle(u.rotary_interval, u.rotary_timeout, deg, u.angle_precision),
+      "camera rotate-by");
+}
+
+int Max(const Args& args) {
+  if (args[0] != "positively" && args[0] != "negatively") {
+    return orba::cli::Error(kUsage, "camera max: positively or negatively");
+  }
+  std::string msg = "rotate_to_maximum_angles " + args[0];
+  MotionWatch watch("turning to the end stop", AngleNow);
+  return PrintMove(rotate_to_max_angles(&msg[0]), "camera max");
+}
+
+int FrontBack(bool front) {
+  RotaryUtil u = Tuning();
+  MotionWatch watch(front ? "turning to front" : "turning to back", AngleNow);
+  int ms = front ? rotate_to_front_camera(u.rotary_interval, u.rotary_timeout, u.angle_precision)
+                 : rotate_to_back_camera(u.rotary_interval, u.rotary_timeout, u.angle_precision);
+  return PrintMove(ms, front ? "camera front (calibrated?)" : "camera back (calibrated?)");
+}
+
+int Front(const Args&) { return FrontBack(true); }
+int Back(const Args&) { return FrontBack(false); }
+
+int Cali(const Args& args) {
+  std::string msg = "set_ratary_camera_cali_data " + Join(args, 0);
+  if (set_ratary_camera_cali_data(&msg[0]) != 1) {
+    return orba::cli::Fail("camera cali %s: not stored", args[0].c_str());
+  }
+  printf("stored\n");
+  return kOk;
+}
+
+int HalfPop(const Args& args) {
+  int ms = 0;
+  if (!ParseMs(args[0], "camera half-pop", &ms)) return kUsage;
+  int used;
+  {
+    MotionWatch watch("popping to the middle hall's peak", HallsNow);
+    used = camera_cali_half_pop(ms, 0);
+  }
+  if (used < 0) return orba::cli::Fail("camera half-pop: no peak within %d ms", ms);
+  printf("%d ms, %s\n", used, HallsNow().c_str());
+  return kOk;
+}
+
+int Fluency(const Args& args) {
+  std::string msg = Join(args, 0);
+  int result;
+  {
+    MotionWatch watch("fluency test", AngleNow);
+    result = camera_rotate_fluency_test(&msg[0]);
+  }
+  if (result < 0) return orba::cli::Fail("camera fluency %s: the turn failed", msg.c_str());
+  printf("%s\n", result == 0 ? "pass" : "fail");
+  return result == 0 ? kOk : kFailed;
+}
+
+int Identity(const Args& args, const char* flag) {
+  char out[65] = {};
+  get_camera_info_code(flag, args[0].c_str(), out, sizeof(out) - 1);
+  if (out[0] == '\0') return orba::cli::Fail("camera: no %s for %s", flag, args[0].c_str());
+  printf("%s\n", out);
+  return kOk;
+}
+
+int Sn(const Args& args) { return Identity(args, "sn_code"); }
+int Material(const Args& args) { return Identity(args, "material_code"); }
+
+int Otp(const Args& args) {
+  char report[512] = {};
+  if (get_target_camera_otp_status(report, sizeof(report), args[0].c_str()) == 1) {
+    printf("good\n");
+    return kOk;
+  }
+  printf("bad%s\n", report);
+  return kFailed;
+}
+
+// The station's whole round trip: AT command, camera-service message, answer, AT response.
+int At(const Args& args) {
+  std::string atcmd = Join(args, 0);
+  char message[1024] = {};
+  char item[49] = {};
+  if (transform_at_cmd_to_camera_info(atcmd.c_str(), message, sizeof(message), item) != 0) {
+    return orba::cli::Fail("camera at: '%s' is not a camera AT command", atcmd.c_str());
+  }
+  std::string answer = sendMessageToCamera(message);
+  char resp[4096] = {};
+  int kind = transform_camera_ret_to_at_resp(answer.c_str(), resp, sizeof(resp));
+  fputs(resp, stdout);
+  if (kind != 7) {
+    putchar('\n');
+    return kFailed;
+  }
+  printf("OK\n");
+  return kOk;
+}
+
+int CameraSend(const Args& args) {
+  const char* reply = sendMessageToCamera(Join(args, 0).c_str());
+  printf("%s\n", reply != nullptr ? reply : "");
+  return kOk;
+}
+
+int Service(const Args& args) {
+  if (args[0] == "start") {
+    if (startCameraSocketService() != 1) {
+      return orba::cli::Error(kFailed, "camera service start: the camera service did not start");
+    }
+  } else if (args[0] == "stop") {
+    if (stopCameraFromAtcid() != 1) return orba::cli::Error(kFailed, "camera service stop: refused");
+  } else {
+    return orba::cli::Error(kUsage, "camera service: start or stop, not '%s'", args[0].c_str());
+  }
+  printf("ok\n");
+  return kOk;
+}
+
+const orba::cli::Family kCamera{
+    "camera",
+    "the camera module (pop-up and rotary motors, halls, calibration, identity) and service",
+    {
+        {"motor-type", "", "the project's camera motor type", 0, 0, MotorType},
+        {"pop", "MS", "drive the pop motor out for MS ms, showing the halls", 1, 1, Pop},
+        {"retract", "MS", "drive it in for MS ms", 1, 1, Retract},
+        {"stop", "", "stop the pop motor (and the rotary motor)", 0, 0, Stop},
+        {"halls", "", "the up, middle and down hall readings", 0, 0, Halls},
+        {"blocked-time", "[pop|retract [MS]]",
+         "move the module and print the ms until the halls settled", 0, 2, BlockedTime},
+        {"sample", "COUNT INTERVAL", "sample both halls in the background; the AT response", 2,
+         2, Sample},
+        {"angle", "", "the rotary module's angle (mean of four readings)", 0, 0, Angle},
+        {"field", "", "the magnetometer's x y z", 0, 0, Field},
+        {"rotate-to", "DEG", "turn to an angle", 1, 1, RotateTo},
+        {"rotate-by", "DEG", "turn by an angle (a negative one turns the same way)", 1, 1,
+         RotateBy},
+        {"max", "positively|negatively", "turn to an end stop", 1, 1, Max},
+        {"front", "", "turn to the calibrated front position", 0, 0, Front},
+        {"back", "", "turn to the calibrated back position", 0, 0, Back},
+        {"cali", "ITEM VALUES...",
+         "store calibration: deg0_cali|deg180_cali A B C DEG, set_unreached_angle DEG, ...", 1,
+         -1, Cali},
+        {"half-pop", "MS", "calibrate the half-pop hall position", 1, 1, HalfPop},
+        {"fluency", "positively|negatively|max_pos_to_back_camera|...",
+         "rotation speed test (exit 1 on fail)", 1, -1, Fluency},
+        {"sn", "TYPE", "a camera module's serial number (rear_camera_main, ...)", 1, 1, Sn},
+        {"material", "TYPE", "a camera module's material code", 1, 1, Material},
+        {"otp", "PROPERTY", "a module's OTP status (exit 1 when bad)", 1, 1, Otp},
+        {"at", "'AT+TQ_CCM_...'", "a camera AT command through the camera service", 1, -1, At},
+        {"send", "MESSAGE...", "send a request to the camera service and print the reply", 1,
+         -1, CameraSend},
+        {"service", "start|stop", "start or stop the camera service", 1, 1, Service},
+    }};
+orba::cli::Registrar camera_registrar(kCamera);
+
+}  // namespace

@@ -1,0 +1,93 @@
+// orbafactory touch: the touch controller's self-tests through the driver's test node.
+
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <string>
+
+#include <android-base/file.h>
+
+#include <orbafactory/sensors.h>
+#include <platform/devpath.h>
+
+#include "cli.h"
+
+namespace {
+
+using orba::cli::Args;
+
+struct TouchTest {
+  const char* value;
+  const char* what;
+  const char* result_file;
+};
+
+// The driver's test numbers; the library writes each one's result where the station reads it.
+constexpr TouchTest kTests[] = {
+    {"165", "calibration", "/data/engineermode/tp_at_sensor_cali"},
+    {"166", "self-test", "/data/engineermode/tp_at_sensor_test"},
+    {"167", "calibration (back)", "/data/engineermode/tp_at_sensor_cali_back"},
+    {"168", "self-test (back)", "/data/engineermode/tp_at_sensor_test_back"},
+    {"169", "special calibration", "/data/engineermode/tp_at_sensor_cali_sepcial"},
+};
+
+std::string ReadResult(const char* path) {
+  std::string text;
+  android::base::ReadFileToString(DevPath(path).c_str(), &text);
+  return text;
+}
+
+int Test(const Args& args) {
+  const TouchTest* test = nullptr;
+  for (const TouchTest& t : kTests) {
+    if (args[0] == t.value) test = &t;
+  }
+  if (test == nullptr) {
+    return orba::cli::Error(orba::cli::kUsage, "touch test: VALUE is one of 165..169, not '%s'",
+                            args[0].c_str());
+  }
+  long seconds = 2;
+  long rate = 0;
+  if (args.size() > 1 && !orba::cli::ParseInt(args[1], "seconds", &seconds)) {
+    return orba::cli::kUsage;
+  }
+  if (args.size() > 2 && !orba::cli::ParseInt(args[2], "rate", &rate)) return orba::cli::kUsage;
+  if (seconds < 0 || seconds > 600) {
+    return orba::cli::Error(orba::cli::kUsage, "touch test: SECONDS from 0 to 600");
+  }
+  int ret = touchpanel_sensor_test(static_cast<int>(seconds), test->value, static_cast<int>(rate));
+  if (ret != 0) {
+    return orba::cli::Error(orba::cli::kFailed, "touch test %s: not started (%d): %s", test->value,
+                            ret, ret < -1 ? strerror(-ret) : "see -v");
+  }
+  fprintf(stderr, "touch %s started; result in %ld s\n", test->what, seconds);
+  // The collecting thread replaces "testing" with the driver's answer, then restores the rate.
+  std::string result;
+  for (long waited = 0; waited < (seconds + 5) * 10; ++waited) {
+    usleep(100 * 1000);
+    result = ReadResult(test->result_file);
+    if (!result.empty() && result != "testing") break;
+    if (waited % 10 == 9) fprintf(stderr, "touch: waiting %lds...\n", (waited + 1) / 10);
+  }
+  if (result.empty() || result == "testing") {
+    return orba::cli::Error(orba::cli::kFailed, "touch test %s: no result in %s", test->value,
+                            test->result_file);
+  }
+  usleep(300 * 1000);  // the refresh rate is restored just after the result is written
+  printf("%s\n", result.c_str());
+  return orba::cli::kOk;
+}
+
+const orba::cli::Family kTouch{
+    "touch",
+    "touch-panel self-tests",
+    {
+        {"test", "VALUE [SECONDS] [RATE]",
+         "run test VALUE (165-169) at refresh RATE (0: the panel's maximum), wait SECONDS "
+         "(default 2) and print the driver's result",
+         1, 3, Test},
+    }};
+orba::cli::Registrar registrar(kTouch);
+
+}  // namespace
