@@ -21,8 +21,10 @@ std::atomic<uint32_t> g_generation{1};
 // Every root this process has used, kept until exit: a thread may still be reading an old one
 // while a test resets the root. Guarded by g_root_mutex; deque elements never move.
 std::deque<std::string>& Roots() {
-  static std::deque<std::string> roots;
-  return roots;
+  // Never destroyed: a detached thread (a sensor reader, a touch test) may still resolve a path
+  // while the process runs its exit handlers.
+  static auto* roots = new std::deque<std::string>;
+  return *roots;
 }
 
 const char* Keep(const char* root) { return Roots().emplace_back(root).c_str(); }
