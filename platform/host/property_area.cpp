@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <linux/futex.h>
 #include <string.h>
-#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -22,12 +21,17 @@ namespace orba::host {
 namespace {
 
 constexpr uint32_t kMagic = 0x4f525052;  // "RPRO"
-constexpr uint32_t kVersion = 1;
+constexpr uint32_t kVersion = 2;  // 2: the write journal
 constexpr uint32_t kCapacity = ORBA_PROP_AREA_CAPACITY;
 constexpr uint32_t kTableSize = kCapacity * 2;  // power of two, never more than half full
 constexpr size_t kNameMax = ORBA_PROP_NAME_MAX - 1;
 constexpr size_t kValueMax = PROP_VALUE_MAX - 1;
 constexpr const char* kAreaPath = "/dev/__properties__";
+constexpr uint32_t kJournalIdle = 0;
+constexpr uint32_t kJournalArmed = 1;
+// A live writer keeps an entry busy for microseconds; one busy for longer may have lost its
+// writer, and a reader then asks for the entry to be repaired (which waits for a live one).
+constexpr timespec kWriterGrace{0, 50 * 1000 * 1000};
 
 static_assert(std::atomic<uint32_t>::is_always_lock_free, "shared-memory atomics must be lock-free");
 static_assert((kTableSize & (kTableSize - 1)) == 0, "table size must be a power of two");
@@ -56,8 +60,22 @@ int64_t MonotonicNs() {
 }
 
 std::mutex g_open_mutex;
-std::mutex g_write_mutex;  // flock() does not serialise threads sharing one descriptor
+// Record locks belong to the process, so threads are serialised here. Held also while the area
+// file is opened or closed: closing any descriptor of it drops the process's record lock.
+std::mutex g_write_mutex;
 std::atomic<PropertyArea*> g_area{nullptr};
+std::atomic<void (*)(int)> g_step_hook{nullptr};
+
+// Every area mapped, for the life of the process (never destroyed: it outlives exit handlers).
+// Guarded by g_open_mutex.
+std::vector<PropertyArea*>& EveryArea() {
+  static auto* every_area = new std::vector<PropertyArea*>;
+  return *every_area;
+}
+
+void Step(int step) {
+  if (void (*hook)(int) = g_step_hook.load(std::memory_order_acquire)) hook(step);
+}
 
 }  // namespace
 
@@ -68,7 +86,13 @@ struct PropertyArea::Header {
   uint32_t table_size;
   std::atomic<uint32_t> serial;
   std::atomic<uint32_t> count;
-  uint32_t reserved[10];
+  // The write under way, so that a writer's death can be undone: the entry, and its serial and
+  // value from before the write. Armed before the entry is touched, idle once the write is whole.
+  std::atomic<uint32_t> journal_state;
+  uint32_t journal_index;
+  uint32_t journal_serial;
+  char journal_value[PROP_VALUE_MAX];
+  uint32_t reserved[8];
 };
 
 namespace {
@@ -76,20 +100,32 @@ constexpr size_t kTableOffset = sizeof(PropertyArea::Header);
 constexpr size_t kEntriesOffset = kTableOffset + sizeof(std::atomic<uint32_t>) * kTableSize;
 constexpr size_t kAreaSize = kEntriesOffset + sizeof(prop_info) * kCapacity;
 
+// The writers' lock across processes: a record lock on the whole file. The kernel drops it when
+// its process dies, which is what tells a reader that a busy entry's writer is gone; flock()
+// would stay held by a descriptor that the dead writer shared with the parent it was forked
+// from. A process that may only read takes it shared: enough to know no writer is at work.
 class FileLock {
  public:
-  explicit FileLock(int fd) : fd_(fd) { while (flock(fd_, LOCK_EX) != 0 && errno == EINTR) {} }
-  ~FileLock() { flock(fd_, LOCK_UN); }
+  FileLock(int fd, bool exclusive) : fd_(fd) { Apply(exclusive ? F_WRLCK : F_RDLCK); }
+  ~FileLock() { Apply(F_UNLCK); }
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
 
  private:
+  void Apply(short type) {
+    struct flock range = {};
+    range.l_type = type;
+    range.l_whence = SEEK_SET;
+    while (fcntl(fd_, F_SETLKW, &range) != 0 && errno == EINTR) {}
+  }
+
   int fd_;
 };
 
 // Opens (and, with create, makes) the area file of the current root and maps it. Returns the
 // mapping or MAP_FAILED; *fd_out receives the descriptor.
 unsigned char* MapArea(bool create, int* fd_out) {
+  std::lock_guard<std::mutex> writers(g_write_mutex);
   DevPath path(kAreaPath);
   if (!path.ok()) return static_cast<unsigned char*>(MAP_FAILED);
   DevPath dir("/dev");
@@ -112,7 +148,7 @@ unsigned char* MapArea(bool create, int* fd_out) {
     return static_cast<unsigned char*>(MAP_FAILED);
   }
   if (create) {
-    FileLock lock(fd);
+    FileLock lock(fd, true);
     if (fstat(fd, &st) != 0 ||
         (static_cast<size_t>(st.st_size) < kAreaSize && ftruncate(fd, kAreaSize) != 0)) {
       close(fd);
@@ -129,6 +165,14 @@ unsigned char* MapArea(bool create, int* fd_out) {
       h->capacity = kCapacity;
       h->table_size = kTableSize;
       h->magic.store(kMagic, std::memory_order_release);
+    } else if (h->version != kVersion) {
+      __android_log_print(ANDROID_LOG_ERROR, "libhostdevice",
+                          "the property area has layout %u, this build reads %u: initialise a "
+                          "new device root",
+                          h->version, kVersion);
+      munmap(m, kAreaSize);
+      close(fd);
+      return static_cast<unsigned char*>(MAP_FAILED);
     }
     *fd_out = fd;
     return static_cast<unsigned char*>(m);
@@ -166,11 +210,9 @@ PropertyArea* PropertyArea::Get(bool create) {
   unsigned char* base = MapArea(create, &fd);
   if (base == MAP_FAILED) return nullptr;
   // An area of an earlier root stays mapped: callers may still hold prop_info pointers into it.
-  // Every area mapped, for the life of the process (never destroyed: it outlives exit handlers).
-  static auto* every_area = new std::vector<PropertyArea*>;
   const bool writable = (fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDWR;
   area = new PropertyArea(fd, base, generation, writable);
-  every_area->push_back(area);
+  EveryArea().push_back(area);
   g_area.store(area, std::memory_order_release);
   return area;
 }
@@ -202,18 +244,80 @@ namespace {
 // A value is copied while its writer may be changing it; the serial tells the reader to retry.
 // Byte-wise relaxed atomics make that overlap defined behaviour (and visible as such to the
 // thread sanitizer) where a plain memcpy would be a data race.
-void SeqlockCopy(char* to, const char* from) {
-  for (size_t i = 0; i < PROP_VALUE_MAX; ++i) {
+void SeqlockCopy(char* to, const char* from, size_t begin = 0, size_t end = PROP_VALUE_MAX) {
+  for (size_t i = begin; i < end; ++i) {
     __atomic_store_n(&to[i], __atomic_load_n(&from[i], __ATOMIC_RELAXED), __ATOMIC_RELAXED);
   }
 }
+
+// Whether a busy entry's writer finished within the grace period.
+bool WriterFinishes(const prop_info* pi, uint32_t busy_serial) {
+  FutexWait(&pi->serial, busy_serial, &kWriterGrace);
+  return pi->serial.load(std::memory_order_acquire) != busy_serial;
+}
 }  // namespace
+
+PropertyArea* PropertyArea::Owner(const prop_info* pi) {
+  std::lock_guard<std::mutex> lock(g_open_mutex);
+  for (PropertyArea* area : EveryArea()) {
+    const prop_info* first = area->entries();
+    if (pi >= first && pi < first + kCapacity) return area;
+  }
+  return nullptr;
+}
+
+void PropertyArea::RepairLocked() {
+  Header* h = header();
+  if (h->journal_state.load(std::memory_order_acquire) != kJournalArmed) return;
+  uint32_t index = h->journal_index;
+  if (index < h->count.load(std::memory_order_relaxed) && index < kCapacity) {
+    prop_info* pi = &entries()[index];
+    uint32_t serial = pi->serial.load(std::memory_order_relaxed);
+    if (serial & 1u) {
+      // The value may be half new: what it was before the write is the consistent copy.
+      SeqlockCopy(pi->value, h->journal_value);
+      pi->serial.store(serial + 1u, std::memory_order_release);
+      FutexWakeAll(&pi->serial);
+    }
+    if (Find(pi->name) != pi) PublishLocked(index);  // counted, never made findable
+    __android_log_print(ANDROID_LOG_WARN, "libhostdevice",
+                        "property %s: its writer died in mid-write; the entry is whole again",
+                        pi->name);
+  }
+  h->serial.fetch_add(1, std::memory_order_release);
+  FutexWakeAll(&h->serial);
+  h->journal_state.store(kJournalIdle, std::memory_order_release);
+}
+
+bool PropertyArea::AfterDeadWriter(const prop_info* pi, char* value, uint32_t* serial) {
+  std::lock_guard<std::mutex> thread_lock(g_write_mutex);
+  FileLock lock(fd_, writable_);
+  // Holding the lock, no writer is alive: a busy entry is one whose writer died.
+  if (writable_) {
+    RepairLocked();
+    return false;
+  }
+  const Header* h = header();
+  const bool unfinished = h->journal_state.load(std::memory_order_acquire) == kJournalArmed &&
+                          h->journal_index < kCapacity && &entries()[h->journal_index] == pi &&
+                          (pi->serial.load(std::memory_order_acquire) & 1u) != 0;
+  if (!unfinished) return false;
+  memcpy(value, h->journal_value, PROP_VALUE_MAX);
+  value[PROP_VALUE_MAX - 1] = '\0';
+  *serial = h->journal_serial;
+  return true;
+}
 
 uint32_t PropertyArea::ReadValue(const prop_info* pi, char* value) {
   for (;;) {
     uint32_t before = pi->serial.load(std::memory_order_acquire);
     if (before & 1u) {
-      FutexWait(&pi->serial, before, nullptr);
+      if (WriterFinishes(pi, before)) continue;
+      // Mapped writable, the owner repairs the entry and the value is read again; mapped
+      // read-only, it hands out the copy from before the unfinished write.
+      PropertyArea* owner = Owner(pi);
+      uint32_t serial = 0;
+      if (owner != nullptr && owner->AfterDeadWriter(pi, value, &serial)) return serial;
       continue;
     }
     SeqlockCopy(value, pi->value);
@@ -245,7 +349,8 @@ int PropertyArea::Set(const char* name, const char* value, bool from_init) {
   memcpy(padded, value, value_len);
 
   std::lock_guard<std::mutex> thread_lock(g_write_mutex);
-  FileLock lock(fd_);
+  FileLock lock(fd_, true);
+  RepairLocked();  // the last writer may have died in mid-write
   Header* h = header();
   prop_info* pi = const_cast<prop_info*>(Find(name));
   if (pi != nullptr) {
@@ -254,32 +359,57 @@ int PropertyArea::Set(const char* name, const char* value, bool from_init) {
       return -1;
     }
     uint32_t serial = pi->serial.load(std::memory_order_relaxed);
+    ArmJournalLocked(static_cast<uint32_t>(pi - entries()), serial, pi->value);
+    Step(ORBA_PROP_STEP_JOURNAL_ARMED);
     pi->serial.store(serial | 1u, std::memory_order_relaxed);
     std::atomic_thread_fence(std::memory_order_release);
-    SeqlockCopy(pi->value, padded);
+    Step(ORBA_PROP_STEP_SERIAL_ODD);
+    SeqlockCopy(pi->value, padded, 0, PROP_VALUE_MAX / 2);
+    Step(ORBA_PROP_STEP_VALUE_HALF);
+    SeqlockCopy(pi->value, padded, PROP_VALUE_MAX / 2, PROP_VALUE_MAX);
+    Step(ORBA_PROP_STEP_VALUE_COPIED);
     pi->serial.store((serial | 1u) + 1u, std::memory_order_release);
     FutexWakeAll(&pi->serial);
+    Step(ORBA_PROP_STEP_SERIAL_EVEN);
   } else {
     uint32_t index = h->count.load(std::memory_order_relaxed);
     if (index >= kCapacity) {
       errno = ENOSPC;
       return -1;
     }
+    ArmJournalLocked(index, 0, padded);
     pi = &entries()[index];
     memset(pi->name, 0, sizeof(pi->name));
     memcpy(pi->name, name, name_len);
     pi->name_len = static_cast<uint32_t>(name_len);
     memcpy(pi->value, padded, sizeof(padded));
     pi->serial.store(0, std::memory_order_relaxed);
+    Step(ORBA_PROP_STEP_ENTRY_FILLED);
     h->count.store(index + 1, std::memory_order_release);
-    std::atomic<uint32_t>* slots = table();
-    uint32_t i = HashName(name, name_len) & (kTableSize - 1);
-    while (slots[i].load(std::memory_order_relaxed) != 0) i = (i + 1) & (kTableSize - 1);
-    slots[i].store(index + 1, std::memory_order_release);
+    Step(ORBA_PROP_STEP_ENTRY_COUNTED);
+    PublishLocked(index);
+    Step(ORBA_PROP_STEP_ENTRY_FINDABLE);
   }
   h->serial.fetch_add(1, std::memory_order_release);
   FutexWakeAll(&h->serial);
+  h->journal_state.store(kJournalIdle, std::memory_order_release);
   return 0;
+}
+
+void PropertyArea::ArmJournalLocked(uint32_t index, uint32_t serial, const char* value) {
+  Header* h = header();
+  h->journal_index = index;
+  h->journal_serial = serial;
+  memcpy(h->journal_value, value, PROP_VALUE_MAX);
+  h->journal_state.store(kJournalArmed, std::memory_order_release);
+}
+
+void PropertyArea::PublishLocked(uint32_t index) {
+  const prop_info* pi = &entries()[index];
+  std::atomic<uint32_t>* slots = table();
+  uint32_t i = HashName(pi->name, pi->name_len) & (kTableSize - 1);
+  while (slots[i].load(std::memory_order_relaxed) != 0) i = (i + 1) & (kTableSize - 1);
+  slots[i].store(index + 1, std::memory_order_release);
 }
 
 bool PropertyArea::Wait(const prop_info* pi, uint32_t old_serial, uint32_t* new_serial,
@@ -296,6 +426,15 @@ bool PropertyArea::Wait(const prop_info* pi, uint32_t old_serial, uint32_t* new_
     if (settled && current != old_serial) {
       if (new_serial != nullptr) *new_serial = current;
       return true;
+    }
+    if (relative_timeout != nullptr && deadline - MonotonicNs() <= 0) return false;
+    if (!settled) {
+      // A live writer finishes within the grace; past it, the entry's owner repairs it.
+      PropertyArea* owner = nullptr;
+      if (!WriterFinishes(pi, current) && (owner = Owner(pi)) != nullptr && owner->writable_) {
+        owner->AfterDeadWriter(pi, nullptr, nullptr);
+      }
+      continue;
     }
     if (relative_timeout == nullptr) {
       FutexWait(target, current, nullptr);
@@ -317,3 +456,8 @@ const prop_info* PropertyArea::At(uint32_t index) const {
 }
 
 }  // namespace orba::host
+
+extern "C" __attribute__((visibility("default"))) void orba_property_step_hook(
+    void (*hook)(int step)) {
+  orba::host::g_step_hook.store(hook, std::memory_order_release);
+}

@@ -10,7 +10,9 @@
 // Entries are appended and never removed (as on the phone). Readers take no lock: they find an
 // entry through the hash table (slots are published with a release store once the entry is
 // complete) and read its value under the entry's serial, used as a seqlock. Writers are
-// serialised by a mutex within the process and flock() across processes. Waiters sleep on a
+// serialised by a mutex within the process and flock() across processes, and journal each write
+// in the header first: a writer killed in mid-write leaves the entry busy (odd serial), and the
+// next writer, or a reader tired of waiting, puts the journal's copy back. Waiters sleep on a
 // futex on the entry serial or on the area serial, which works across processes because the
 // mapping is a shared file mapping.
 
@@ -39,7 +41,8 @@ class PropertyArea {
 
   const prop_info* Find(const char* name) const;
   // Copies a consistent value (NUL-terminated, at most PROP_VALUE_MAX bytes) and returns its
-  // serial.
+  // serial. An entry whose writer died in mid-write is repaired first, or, through a read-only
+  // mapping, read as it was before that write.
   static uint32_t ReadValue(const prop_info* pi, char* value);
   int Set(const char* name, const char* value, bool from_init);
   bool Wait(const prop_info* pi, uint32_t old_serial, uint32_t* new_serial,
@@ -52,6 +55,17 @@ class PropertyArea {
 
  private:
   PropertyArea(int fd, unsigned char* base, uint32_t generation, bool writable);
+
+  // The area an entry lives in, among every area this process mapped.
+  static PropertyArea* Owner(const prop_info* pi);
+  // Called with the area locked against writers, so no writer is alive: undoes the write that
+  // the journal holds, if its writer died before finishing it.
+  void RepairLocked();
+  // Takes the writers' lock and repairs (returns false: read again), or, read-only, copies the
+  // value from before an unfinished write of pi (returns true).
+  bool AfterDeadWriter(const prop_info* pi, char* value, uint32_t* serial);
+  void ArmJournalLocked(uint32_t index, uint32_t serial, const char* value);
+  void PublishLocked(uint32_t index);  // makes entry `index` findable by name
 
   Header* header() const;
   std::atomic<uint32_t>* table() const;

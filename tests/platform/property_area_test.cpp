@@ -3,6 +3,7 @@
 #include <cutils/properties.h>
 #include <errno.h>
 #include <linux/capability.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <time.h>
@@ -194,6 +195,114 @@ TEST_F(PropertyAreaTest, ConcurrentWritersAndReadersNeverSeeTornValues) {
   }
   EXPECT_EQ(WaitChild(writer), 0);
   EXPECT_EQ(torn, 0);
+}
+
+// The writers below die by SIGKILL at one step of a write, as a crash or an OOM kill would end
+// them, with the area locked and the entry possibly half written.
+int g_kill_at_step = 0;
+void KillAtStep(int step) {
+  if (step == g_kill_at_step) raise(SIGKILL);
+}
+
+pid_t StartWriterThatDies(int step, const char* name, const std::string& value) {
+  g_kill_at_step = step;
+  return StartChild([name, value] {
+    orba_property_step_hook(KillAtStep);
+    property_set(name, value.c_str());
+    return 99;  // the step was never reached
+  });
+}
+
+// A reader that would spin forever on an entry its writer left busy fails by SIGALRM instead.
+pid_t StartBoundedReader(const char* name, const std::string& expected, bool read_only) {
+  return StartChild([=] {
+    alarm(10);
+    if (read_only) {
+      if (!DropFileOverride()) return 10;
+      orba_device_root_reset();
+    }
+    return Get(name) == expected ? 0 : 11;
+  });
+}
+
+TEST_F(PropertyAreaTest, WriterKilledInMidUpdateLeavesAWholeValueAndNoStuckReader) {
+  const std::string before(80, 'a');
+  const std::string after(80, 'b');
+  struct Case {
+    int step;
+    bool new_value_stands;  // the write had finished but for its bookkeeping
+    bool entry_touched;     // its serial moved, so its waiters must wake
+  };
+  const Case cases[] = {
+      {ORBA_PROP_STEP_JOURNAL_ARMED, false, false}, {ORBA_PROP_STEP_SERIAL_ODD, false, true},
+      {ORBA_PROP_STEP_VALUE_HALF, false, true},     {ORBA_PROP_STEP_VALUE_COPIED, false, true},
+      {ORBA_PROP_STEP_SERIAL_EVEN, true, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.step);
+    ASSERT_EQ(property_set("sys.crash", before.c_str()), 0);
+    const prop_info* pi = __system_property_find("sys.crash");
+    ASSERT_NE(pi, nullptr);
+    const uint32_t serial = __system_property_serial(pi);
+    ASSERT_EQ(WaitChild(StartWriterThatDies(c.step, "sys.crash", after)), -1);
+    const std::string& expected = c.new_value_stands ? after : before;
+
+    // First a process that can only read the area, then one that can repair it.
+    ASSERT_EQ(chmod(HostPath("/dev/__properties__").c_str(), 0444), 0);
+    EXPECT_EQ(WaitChild(StartBoundedReader("sys.crash", expected, true)), 0);
+    ASSERT_EQ(chmod(HostPath("/dev/__properties__").c_str(), 0644), 0);
+    EXPECT_EQ(WaitChild(StartBoundedReader("sys.crash", expected, false)), 0);
+
+    EXPECT_EQ(Get("sys.crash"), expected);
+    EXPECT_EQ(__system_property_serial(pi) % 2, 0u);
+    if (c.entry_touched) {
+      timespec limit{5, 0};
+      uint32_t now = 0;
+      EXPECT_TRUE(__system_property_wait(pi, serial, &now, &limit));
+      EXPECT_NE(now, serial);
+    }
+    ASSERT_EQ(property_set("sys.crash", "next"), 0);
+    EXPECT_EQ(Get("sys.crash"), "next");
+  }
+}
+
+TEST_F(PropertyAreaTest, WriterKilledWhileAddingAnEntryLeavesItWholeOrAbsentNeverTwice) {
+  struct Case {
+    int step;
+    bool entry_stands;
+  };
+  const Case cases[] = {
+      {ORBA_PROP_STEP_ENTRY_FILLED, false},
+      {ORBA_PROP_STEP_ENTRY_COUNTED, true},
+      {ORBA_PROP_STEP_ENTRY_FINDABLE, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.step);
+    const std::string name = "sys.added." + std::to_string(c.step);
+    ASSERT_EQ(WaitChild(StartWriterThatDies(c.step, name.c_str(), "first")), -1);
+    ASSERT_EQ(property_set("sys.other", "x"), 0);  // the next writer repairs
+
+    EXPECT_EQ(Get(name.c_str()), c.entry_stands ? "first" : "");
+    ASSERT_EQ(property_set(name.c_str(), "second"), 0);
+    EXPECT_EQ(Get(name.c_str()), "second");
+    struct Count {
+      std::string name;
+      int seen = 0;
+    } count{name};
+    __system_property_foreach(
+        [](const prop_info* pi, void* cookie) {
+          auto* c = static_cast<Count*>(cookie);
+          __system_property_read_callback(
+              pi,
+              [](void* cookie, const char* name, const char*, uint32_t) {
+                auto* c = static_cast<Count*>(cookie);
+                if (c->name == name) ++c->seen;
+              },
+              c);
+        },
+        &count);
+    EXPECT_EQ(count.seen, 1);
+  }
 }
 
 }  // namespace

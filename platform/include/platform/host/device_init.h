@@ -19,6 +19,22 @@ __attribute__((visibility("default"))) int orba_init_property_area(void);
 __attribute__((visibility("default"))) int orba_init_property_set(const char* name,
                                                                   const char* value);
 
+// The points of a property write, in order, at which a writer may die: an update arms the
+// recovery journal, marks the entry busy (odd serial), copies the value in two halves and marks
+// it stable; a new entry is filled, counted, then made findable. The crash tests install a hook
+// that kills the writer at one of them; null removes it. Writers call it with the area locked.
+enum {
+  ORBA_PROP_STEP_JOURNAL_ARMED = 1,
+  ORBA_PROP_STEP_SERIAL_ODD,
+  ORBA_PROP_STEP_VALUE_HALF,
+  ORBA_PROP_STEP_VALUE_COPIED,
+  ORBA_PROP_STEP_SERIAL_EVEN,
+  ORBA_PROP_STEP_ENTRY_FILLED,
+  ORBA_PROP_STEP_ENTRY_COUNTED,
+  ORBA_PROP_STEP_ENTRY_FINDABLE,
+};
+__attribute__((visibility("default"))) void orba_property_step_hook(void (*hook)(int step));
+
 #ifdef __cplusplus
 }
 #endif
