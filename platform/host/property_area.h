@@ -10,9 +10,9 @@
 // Entries are appended and never removed (as on the phone). Readers take no lock: they find an
 // entry through the hash table (slots are published with a release store once the entry is
 // complete) and read its value under the entry's serial, used as a seqlock. Writers are
-// serialised by a mutex within the process and flock() across processes, and journal each write
-// in the header first: a writer killed in mid-write leaves the entry busy (odd serial), and the
-// next writer, or a reader tired of waiting, puts the journal's copy back. Waiters sleep on a
+// serialised by a mutex within the process and a record lock across processes, and journal each
+// write in the header first: a writer killed in mid-write leaves the entry busy (odd serial), and
+// the next writer, or a reader tired of waiting, puts the journal's copy back. Waiters sleep on a
 // futex on the entry serial or on the area serial, which works across processes because the
 // mapping is a shared file mapping.
 
