@@ -5,7 +5,7 @@
 //
 // A healthy module crosses its whole travel in sim.motor.travel_ms; a module with
 // sim.motor.stuck = 1 hums but does not move. Against an end stop the motor keeps running out
-// its time while the module rests, so the halls hold steady within their noise.
+// its time while the module rests, so the halls hold steady within their one-count flicker.
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -92,7 +92,9 @@ class PopModel : public HardwareModel {
 
   void Publish() {
     PopHallReadings r = PopHallsAt(position_);
-    std::uniform_int_distribution<int> noise(-1, 1);
+    // A reading flickers by one count: the peak search takes a fall of more than one count for
+    // the peak, so a wider flicker on a module that has not moved yet would pass for one.
+    std::uniform_int_distribution<int> noise(0, 1);
     auto text = [&](int v) { return std::to_string(v + noise(rng_)); };
     std::string up = text(r.up), middle = text(r.middle), down = text(r.down);
     ReplaceNode("/sys/class/orba_hall/up_hall/data", up);
