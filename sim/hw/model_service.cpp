@@ -6,6 +6,8 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include <android/log.h>
 #include <platform/devpath.h>
 
@@ -61,22 +63,31 @@ bool ModelService::Start(const std::string& ready_file, std::string* error) {
 }
 
 void ModelService::OnEvents() {
+  // A node holds its last command only: a burst of writes (a turn re-commanded in a tight loop
+  // writes hundreds a second) is taken once, as the driver would see the last store. Taking each
+  // event alone let the model fall behind the writer and publish stale readings.
+  std::vector<const Watched*> touched;
   alignas(inotify_event) char buf[4096];
   for (;;) {
     ssize_t n = read(inotify_fd_, buf, sizeof(buf));
-    if (n <= 0) return;  // EAGAIN: drained
-    Clock::time_point now = Clock::now();
+    if (n <= 0) break;  // EAGAIN: drained
     for (char* p = buf; p < buf + n;) {
       auto* ev = reinterpret_cast<inotify_event*>(p);
       p += sizeof(inotify_event) + ev->len;
       if (ev->len == 0) continue;
       for (const Watched& w : watched_) {
-        if (w.wd != ev->wd || w.name != ev->name) continue;
-        w.model->OnCommand(w.node, now);
-        for (size_t i = 0; i < models_.size(); ++i) {
-          if (models_[i].get() == w.model) wake_[i] = now;
+        if (w.wd == ev->wd && w.name == ev->name &&
+            std::find(touched.begin(), touched.end(), &w) == touched.end()) {
+          touched.push_back(&w);
         }
       }
+    }
+  }
+  Clock::time_point now = Clock::now();
+  for (const Watched* w : touched) {
+    w->model->OnCommand(w->node, now);
+    for (size_t i = 0; i < models_.size(); ++i) {
+      if (models_[i].get() == w->model) wake_[i] = now;
     }
   }
 }

@@ -9,11 +9,17 @@
 //
 // The module cannot cross its mechanical stop at sim.rotary.stop_angle: a turn that reaches it
 // rests there until the motor's time runs out. sim.rotary.speed_factor scales the speed (a worn
-// gear turns slower than its period says), sim.rotary.noise_deg blurs each reading.
+// gear turns slower than its period says).
+//
+// The magnetometer measures every 0.5 ms while the module moves, each measurement blurred by
+// sim.rotary.noise_deg, and reports the mean field of its last four, as the chip's averaging
+// does: a reading is steadier than one measurement and about a millisecond behind the module.
+// Once the module rests the window fills with resting measurements and the node stands still.
 
 #include <stdio.h>
 #include <stdlib.h>
 
+#include <array>
 #include <cmath>
 #include <random>
 
@@ -28,8 +34,8 @@ constexpr char kEnable[] = "/sys/class/timed_output/motor5/enable";
 constexpr char kPeriod[] = "/sys/class/timed_output/motor5/period";
 constexpr char kField[] = "/sys/class/orba_hall/ak09970/data";
 constexpr long kReverseBit = 65536;
-// Short enough that a reading is never more than a fraction of a degree behind the module.
-constexpr auto kTick = std::chrono::milliseconds(1);
+constexpr auto kSamplePeriod = std::chrono::microseconds(500);
+constexpr int kWindow = 4;  // measurements averaged into one reading
 
 class RotaryModel : public HardwareModel {
  public:
@@ -40,6 +46,7 @@ class RotaryModel : public HardwareModel {
     stop_angle_ = Knob("sim.rotary.stop_angle", 0);
     travel_ = TravelFromAngle(Knob("sim.rotary.angle", 0), stop_angle_);
     last_ = now;
+    for (int i = 0; i < kWindow; ++i) Measure();
     Publish();
   }
 
@@ -58,7 +65,6 @@ class RotaryModel : public HardwareModel {
     if (period) return;
     if (value <= 0) {
       direction_ = 0;
-      Publish();
       return;
     }
     // A positive turn lowers the measured angle: it winds the module back towards the stop
@@ -70,9 +76,14 @@ class RotaryModel : public HardwareModel {
 
   std::optional<Clock::time_point> Tick(Clock::time_point now) override {
     Advance(now);
-    Publish();
-    if (direction_ == 0) return std::nullopt;
-    return std::min(now + kTick, run_until_);
+    if (now >= next_sample_) {
+      Measure();
+      Publish();
+      next_sample_ = now + kSamplePeriod;
+      resting_samples_ = direction_ == 0 ? resting_samples_ + 1 : 0;
+    }
+    if (direction_ == 0 && resting_samples_ >= kWindow) return std::nullopt;
+    return direction_ != 0 ? std::min(next_sample_, run_until_) : next_sample_;
   }
 
  private:
@@ -86,19 +97,31 @@ class RotaryModel : public HardwareModel {
     if (direction_ != 0 && now >= run_until_) direction_ = 0;
   }
 
-  void Publish() {
-    double angle = AngleFromTravel(travel_, stop_angle_);
+  // One measurement of the field's direction into the averaging window.
+  void Measure() {
     double noise_deg = Knob("sim.rotary.noise_deg", 0.1);
-    double field = Knob("sim.rotary.field", 1000);
     std::normal_distribution<double> blur(0.0, noise_deg > 0 ? noise_deg : 1e-9);
-    double seen = (angle + blur(rng_)) * kPi / 180.0;
+    double seen = (AngleFromTravel(travel_, stop_angle_) + blur(rng_)) * kPi / 180.0;
+    window_[next_slot_] = {std::cos(seen), std::sin(seen)};
+    next_slot_ = (next_slot_ + 1) % kWindow;
+  }
+
+  // The reading is the window's mean field (vectors, not angles, so 0/360 averages right) and
+  // the ground truth is where the module is now.
+  void Publish() {
+    double field = Knob("sim.rotary.field", 1000);
+    double x = 0, y = 0;
+    for (const auto& m : window_) {
+      x += m[0] / kWindow;
+      y += m[1] / kWindow;
+    }
     std::uniform_int_distribution<int> z_noise(-1, 1);
     char text[96];
-    snprintf(text, sizeof(text), "%ld %ld %d", std::lround(field * std::cos(seen)),
-             std::lround(field * std::sin(seen)), z_noise(rng_));
+    snprintf(text, sizeof(text), "%ld %ld %d", std::lround(field * x), std::lround(field * y),
+             z_noise(rng_));
     ReplaceNode(kField, text);
     char truth[32];
-    snprintf(truth, sizeof(truth), "%.3f\n", angle);
+    snprintf(truth, sizeof(truth), "%.3f\n", AngleFromTravel(travel_, stop_angle_));
     ReplaceNode("/data/sim/rotary_angle", truth);
   }
 
@@ -108,6 +131,10 @@ class RotaryModel : public HardwareModel {
   int direction_ = 0;  // +1 angle rising, -1 falling, 0 stopped
   Clock::time_point run_until_{};
   Clock::time_point last_{};
+  Clock::time_point next_sample_{};
+  std::array<std::array<double, 2>, kWindow> window_{};  // unit field vectors
+  int next_slot_ = 0;
+  int resting_samples_ = 0;  // measurements since the module came to rest
   std::mt19937 rng_{std::random_device{}()};
 };
 
