@@ -45,26 +45,26 @@ extern "C" ORBA_EXPORT int get_camera_motor_type(void) {
   return motor_type;
 }
 
-extern "C" ORBA_EXPORT int get_parameters(char* text, int* first, int* second) {
+namespace {
+// "A,B": the first number, and the second where the caller asks for it; a missing one reads 0.
+template <typename T>
+int SplitTwo(char* text, T* first, T* second, T (*convert)(const char*)) {
   if (text == nullptr || first == nullptr) return -1;
   char* save = nullptr;
   char* token = strtok_r(text, ",", &save);
-  *first = token != nullptr ? atoi(token) : 0;
+  *first = token != nullptr ? convert(token) : T{};
   if (second != nullptr) {
     token = strtok_r(nullptr, ",", &save);
-    *second = token != nullptr ? atoi(token) : 0;
+    *second = token != nullptr ? convert(token) : T{};
   }
   return 0;
 }
+}  // namespace
+
+extern "C" ORBA_EXPORT int get_parameters(char* text, int* first, int* second) {
+  return SplitTwo(text, first, second, atoi);
+}
 
 extern "C" ORBA_EXPORT int get_parameters_double(char* text, double* first, double* second) {
-  if (text == nullptr || first == nullptr) return -1;
-  char* save = nullptr;
-  char* token = strtok_r(text, ",", &save);
-  *first = token != nullptr ? atof(token) : 0.0;
-  if (second != nullptr) {
-    token = strtok_r(nullptr, ",", &save);
-    *second = token != nullptr ? atof(token) : 0.0;
-  }
-  return 0;
+  return SplitTwo(text, first, second, atof);
 }
