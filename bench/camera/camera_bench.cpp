@@ -29,6 +29,7 @@
 
 #include <orbafactory/camera.h>
 #include <platform/host/device_root.h>
+#include <platform/spawn.h>
 
 namespace {
 
@@ -40,20 +41,13 @@ std::string BinDir() {
 }
 
 int RunSim(const std::vector<std::string>& args) {
-  pid_t pid = fork();
-  if (pid == 0) {
-    std::vector<char*> argv;
-    std::string sim = BinDir() + "/orbafactory-sim";
-    argv.push_back(sim.data());
-    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    freopen("/dev/null", "w", stdout);
-    execv(sim.c_str(), argv.data());
-    _exit(127);
-  }
-  int status = 0;
-  waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  std::vector<std::string> argv = {"orbafactory-sim"};
+  argv.insert(argv.end(), args.begin(), args.end());
+  orba::platform::ChildOptions quiet;
+  quiet.stdout_fd = orba::platform::kNullDevice;
+  pid_t pid = orba::platform::StartChild((BinDir() + "/orbafactory-sim").c_str(), argv, quiet);
+  int status = pid > 0 ? orba::platform::WaitChild(pid) : -1;
+  return status >= 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
