@@ -275,8 +275,7 @@ bool ReplaceDeviceFile(std::string_view device_path, std::string_view content, m
   std::string tmp;
   unique_fd fd = CreateTempFile(dir.get(), leaf, mode, &tmp);
   if (fd.get() < 0) return false;
-  bool ok = WriteAll(fd.get(), content.data(), content.size()) && fchmod(fd.get(), mode) == 0 &&
-            fsync(fd.get()) == 0;
+  bool ok = WriteAll(fd.get(), content.data(), content.size()) && fchmod(fd.get(), mode) == 0;
   fd.reset();
   if (!ok || renameat(dir.get(), tmp.c_str(), dir.get(), leaf.c_str()) != 0) {
     int err = errno;

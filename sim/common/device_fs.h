@@ -49,8 +49,11 @@ bool MakeDirsInDevice(std::string_view device_dir, mode_t mode);
 // A new file in `dir_fd` under a name nobody can guess beforehand (`stem` plus random letters),
 // created with O_EXCL | O_NOFOLLOW, so nothing planted at that name is opened instead.
 unique_fd CreateTempFile(int dir_fd, std::string_view stem, mode_t mode, std::string* name);
-// Replaces a device file whole: written to a temporary file beside it, synced and renamed over
-// it (readers see the old or the new content, never a part). Makes its directory.
+// Replaces a device file whole: written to a temporary file beside it and renamed over it
+// (readers see the old or the new content, never a part). Makes its directory. Not synced: the
+// files replaced so are the hardware models' stand-ins for kernel attributes, which no reboot
+// keeps, published every half millisecond while a motor turns; a sync each time stalled them
+// for milliseconds on a busy disk.
 bool ReplaceDeviceFile(std::string_view device_path, std::string_view content, mode_t mode);
 
 bool WriteAll(int fd, const char* data, size_t size);
