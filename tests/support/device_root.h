@@ -7,6 +7,9 @@
 
 namespace orba::test {
 
+// The directory scratch device roots are made in.
+std::string ScratchDir();
+
 // A fresh, empty simulated device for each test: a temporary directory set as
 // ORBA_DEVICE_ROOT, removed with everything in it afterwards.
 class DeviceRootTest : public ::testing::Test {
