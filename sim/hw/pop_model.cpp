@@ -14,6 +14,7 @@
 #include <random>
 
 #include "hw_model.h"
+#include "motor_run.h"
 #include "node_io.h"
 #include "pop_halls.h"
 
@@ -21,7 +22,6 @@ namespace orba::sim::hw {
 namespace {
 
 constexpr char kEnable[] = "/sys/class/timed_output/motor/enable";
-constexpr long kReverseBit = 65536;
 constexpr auto kTick = std::chrono::milliseconds(10);
 
 class PopModel : public HardwareModel {
@@ -30,27 +30,19 @@ class PopModel : public HardwareModel {
   std::vector<std::string> CommandNodes() const override { return {kEnable}; }
 
   void Start(Clock::time_point now) override {
-    last_ = now;
+    run_.Start(now);
     Publish();
   }
 
   void OnCommand(const std::string& node, Clock::time_point now) override {
     (void)node;
     Advance(now);
-    std::string text = ReadNode(kEnable);
-    // A writer truncates the node before its text lands: a node read in between is empty, and
-    // the text's own write brings the command a moment later.
-    if (text.find_first_of("0123456789") == std::string::npos) return;
-    long value = strtol(text.c_str(), nullptr, 10);
-    AppendRecord("/data/sim/motor_log", std::to_string(WallMs()) + " motor " + std::to_string(value));
+    long value = 0;
+    if (!run_.Command(ReadNode(kEnable), now, "motor", &value)) return;
     if (value <= 0) {
-      direction_ = 0;
       Publish();
       return;
     }
-    direction_ = value >= kReverseBit ? -1 : 1;
-    long ms = value >= kReverseBit ? value - kReverseBit : value;
-    run_until_ = now + std::chrono::milliseconds(ms);
     travel_ms_ = Knob("sim.motor.travel_ms", 800);
     if (travel_ms_ <= 0) travel_ms_ = 1;
     stuck_ = Knob("sim.motor.stuck", 0) != 0;
@@ -60,34 +52,32 @@ class PopModel : public HardwareModel {
   std::optional<Clock::time_point> Tick(Clock::time_point now) override {
     Advance(now);
     Publish();
-    if (direction_ == 0) return std::nullopt;
-    return std::min(now + kTick, run_until_);
+    if (run_.direction() == 0) return std::nullopt;
+    return std::min(now + kTick, run_.until());
   }
 
  private:
   // Moves the module from the last update up to `now`, or to the end of the motor's run.
   void Advance(Clock::time_point now) {
-    Clock::time_point until = direction_ != 0 && run_until_ < now ? run_until_ : now;
-    if (direction_ != 0 && !stuck_ && until > last_) {
-      double ms = std::chrono::duration<double, std::milli>(until - last_).count();
-      double to_stop_ms = (direction_ > 0 ? 1.0 - position_ : position_) * travel_ms_;
-      if (ms < to_stop_ms) {
-        position_ += direction_ * ms / travel_ms_;
-      } else {
-        position_ = direction_ > 0 ? 1.0 : 0.0;
-        if (!at_stop_logged_) {
-          // When the module met its stop, for tests that judge a measured blocked time.
-          auto met = last_ + std::chrono::microseconds(static_cast<long long>(to_stop_ms * 1000));
-          long long ago =
-              std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - met).count();
-          AppendRecord("/data/sim/motor_log", std::to_string(WallMs() - ago) + " pop stop " +
-                                                  (direction_ > 0 ? "out" : "in"));
-          at_stop_logged_ = true;
-        }
-      }
+    const int direction = run_.direction();
+    Clock::time_point from;
+    double ms = run_.Elapse(now, &from);
+    if (ms <= 0 || stuck_) return;
+    double to_stop_ms = (direction > 0 ? 1.0 - position_ : position_) * travel_ms_;
+    if (ms < to_stop_ms) {
+      position_ += direction * ms / travel_ms_;
+      return;
     }
-    last_ = now;
-    if (direction_ != 0 && now >= run_until_) direction_ = 0;
+    position_ = direction > 0 ? 1.0 : 0.0;
+    if (!at_stop_logged_) {
+      // When the module met its stop, for tests that judge a measured blocked time.
+      auto met = from + std::chrono::microseconds(static_cast<long long>(to_stop_ms * 1000));
+      long long ago =
+          std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - met).count();
+      AppendRecord("/data/sim/motor_log", std::to_string(WallMs() - ago) + " pop stop " +
+                                              (direction > 0 ? "out" : "in"));
+      at_stop_logged_ = true;
+    }
   }
 
   void Publish() {
@@ -108,9 +98,7 @@ class PopModel : public HardwareModel {
   }
 
   double position_ = 0.0;  // 0 fully in, 1 fully out
-  int direction_ = 0;      // +1 out, -1 in, 0 stopped
-  Clock::time_point run_until_{};
-  Clock::time_point last_{};
+  MotorRun run_;           // direction +1 out, -1 in
   double travel_ms_ = 800;
   bool stuck_ = false;
   bool at_stop_logged_ = false;

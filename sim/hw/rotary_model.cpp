@@ -24,6 +24,7 @@
 #include <random>
 
 #include "hw_model.h"
+#include "motor_run.h"
 #include "node_io.h"
 #include "rotary_geometry.h"
 
@@ -33,7 +34,6 @@ namespace {
 constexpr char kEnable[] = "/sys/class/timed_output/motor5/enable";
 constexpr char kPeriod[] = "/sys/class/timed_output/motor5/period";
 constexpr char kField[] = "/sys/class/orba_hall/ak09970/data";
-constexpr long kReverseBit = 65536;
 constexpr auto kSamplePeriod = std::chrono::microseconds(500);
 constexpr int kWindow = 4;  // measurements averaged into one reading
 
@@ -45,7 +45,7 @@ class RotaryModel : public HardwareModel {
   void Start(Clock::time_point now) override {
     stop_angle_ = Knob("sim.rotary.stop_angle", 0);
     travel_ = TravelFromAngle(Knob("sim.rotary.angle", 0), stop_angle_);
-    last_ = now;
+    run_.Start(now);
     for (int i = 0; i < kWindow; ++i) Measure();
     Publish();
   }
@@ -53,25 +53,19 @@ class RotaryModel : public HardwareModel {
   void OnCommand(const std::string& node, Clock::time_point now) override {
     Advance(now);
     std::string text = ReadNode(node);
-    // A writer truncates the node before its text lands: a node read in between is empty, and
-    // the text's own write brings the command a moment later.
-    if (text.find_first_of("0123456789") == std::string::npos) return;
-    long value = strtol(text.c_str(), nullptr, 10);
-    bool period = node == kPeriod;
-    AppendRecord("/data/sim/motor_log", std::to_string(WallMs()) + (period ? " period " : " motor5 ") +
-                                            std::to_string(value));
+    if (node == kPeriod) {
+      // The period is a setting, not a run: it is logged and changes the speed of the next move.
+      if (text.find_first_of("0123456789") == std::string::npos) return;
+      AppendRecord("/data/sim/motor_log", std::to_string(WallMs()) + " period " +
+                                              std::to_string(strtol(text.c_str(), nullptr, 10)));
+    } else {
+      // A positive turn (reverse bit set) lowers the measured angle: it winds the module back
+      // towards the stop from above.
+      long value = 0;
+      if (!run_.Command(text, now, "motor5", &value)) return;
+    }
     speed_ = DegreesPerMs(strtol(ReadNode(kPeriod).c_str(), nullptr, 10)) *
              Knob("sim.rotary.speed_factor", 1.0);
-    if (period) return;
-    if (value <= 0) {
-      direction_ = 0;
-      return;
-    }
-    // A positive turn lowers the measured angle: it winds the module back towards the stop
-    // from above.
-    direction_ = value >= kReverseBit ? -1 : 1;
-    long ms = value >= kReverseBit ? value - kReverseBit : value;
-    run_until_ = now + std::chrono::milliseconds(ms);
   }
 
   std::optional<Clock::time_point> Tick(Clock::time_point now) override {
@@ -80,21 +74,18 @@ class RotaryModel : public HardwareModel {
       Measure();
       Publish();
       next_sample_ = now + kSamplePeriod;
-      resting_samples_ = direction_ == 0 ? resting_samples_ + 1 : 0;
+      resting_samples_ = run_.direction() == 0 ? resting_samples_ + 1 : 0;
     }
-    if (direction_ == 0 && resting_samples_ >= kWindow) return std::nullopt;
-    return direction_ != 0 ? std::min(next_sample_, run_until_) : next_sample_;
+    if (run_.direction() == 0 && resting_samples_ >= kWindow) return std::nullopt;
+    return run_.direction() != 0 ? std::min(next_sample_, run_.until()) : next_sample_;
   }
 
  private:
   void Advance(Clock::time_point now) {
-    Clock::time_point until = direction_ != 0 && run_until_ < now ? run_until_ : now;
-    if (direction_ != 0 && until > last_) {
-      double ms = std::chrono::duration<double, std::milli>(until - last_).count();
-      travel_ = ClampTravel(travel_ + direction_ * speed_ * ms);
-    }
-    last_ = now;
-    if (direction_ != 0 && now >= run_until_) direction_ = 0;
+    const int direction = run_.direction();
+    Clock::time_point from;
+    double ms = run_.Elapse(now, &from);
+    if (ms > 0) travel_ = ClampTravel(travel_ + direction * speed_ * ms);
   }
 
   // One measurement of the field's direction into the averaging window.
@@ -128,9 +119,7 @@ class RotaryModel : public HardwareModel {
   double stop_angle_ = 0;
   double travel_ = 0;  // degrees turned up from the stop, 0..360
   double speed_ = 0;   // degrees per ms
-  int direction_ = 0;  // +1 angle rising, -1 falling, 0 stopped
-  Clock::time_point run_until_{};
-  Clock::time_point last_{};
+  MotorRun run_;       // direction +1: angle rising, -1: falling
   Clock::time_point next_sample_{};
   std::array<std::array<double, 2>, kWindow> window_{};  // unit field vectors
   int next_slot_ = 0;
