@@ -1,6 +1,7 @@
 # cmake -DSOURCE_DIR=... -DVERSION=... -DOUTPUT=... -P write_build_version.cmake
 # Writes the version and the source tree's git id as a C header; a tree that is not a git
 # checkout (a release tarball, an export) gets an empty id, which the tools report as such.
+cmake_minimum_required(VERSION 3.25)  # a script runs under no project's policies
 find_program(_git git)
 set(_id "")
 if(_git)
