@@ -32,6 +32,12 @@ int main(int argc, char** argv) {
            "With NAME, prints its value, or DEFAULT (or nothing) when it is unset.\n");
     return 0;
   }
+  // A property name never starts with '-': that is a flag this getprop does not have (a
+  // DEFAULT may, as in "-1").
+  if (argc > 1 && argv[1][0] == '-') {
+    fprintf(stderr, "getprop: unknown option %s\nusage: getprop [NAME [DEFAULT]]\n", argv[1]);
+    return 2;
+  }
   if (argc > 3) {
     fprintf(stderr, "getprop: too many arguments (see getprop --help)\n");
     return 1;

@@ -13,6 +13,12 @@ int main(int argc, char** argv) {
            "a ro.* property can be set only once.\n");
     return 0;
   }
+  // A property name never starts with '-': that is a flag this setprop does not have (a VALUE
+  // may, as in "-1").
+  if (argc > 1 && argv[1][0] == '-') {
+    fprintf(stderr, "setprop: unknown option %s\nusage: setprop NAME VALUE\n", argv[1]);
+    return 2;
+  }
   if (argc != 3) {
     fprintf(stderr, "usage: setprop NAME VALUE (see setprop --help)\n");
     return 1;

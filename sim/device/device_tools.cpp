@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "device_files.h"
+#include "knob_table.h"
 
 namespace orba::sim {
 
@@ -22,7 +23,6 @@ std::string ShellQuote(const std::string& word) {
 bool InstallDeviceTools(const SimContext& ctx, std::string* error) {
   const std::string root = ShellQuote(ctx.root);
   const std::string self = ShellQuote(ctx.self);
-  const std::string log = ShellQuote(ctx.root + "/data/sim/logcat");
   const std::string getprop = ShellQuote(ctx.bin_dir + "/getprop");
   const std::string header = "#!/bin/sh\nexport ORBA_DEVICE_ROOT=" + root + "\n";
 
@@ -33,24 +33,20 @@ bool InstallDeviceTools(const SimContext& ctx, std::string* error) {
   const Script scripts[] = {
       {"/system/bin/start",
        "# Starts a service of this device, as init's start does.\n"
-       "exec " + self + " start --root " + root + " \"$@\"\n"},
+       "exec " + self + " start --root " + root + " -- \"$@\"\n"},
       {"/system/bin/stop",
        "# Stops a service of this device, as init's stop does.\n"
-       "exec " + self + " stop --root " + root + " \"$@\"\n"},
+       "exec " + self + " stop --root " + root + " -- \"$@\"\n"},
       {"/system/bin/ps",
        "# The processes running on this device, in toybox's columns.\n"
-       "exec " + self + " ps --root " + root + " \"$@\"\n"},
+       "exec " + self + " ps --root " + root + " -- \"$@\"\n"},
       {"/system/bin/logcat",
        "# The device log: what the device's services have written, then what they write next.\n"
-       "case \"$1\" in\n"
-       "  -c) : > " + log + "; exit 0 ;;\n"
-       "  -d) exec cat " + log + " ;;\n"
-       "esac\n"
-       "exec tail -n +1 -f " + log + "\n"},
+       "exec " + self + " logcat --root " + root + " -- \"$@\"\n"},
       {"/system/bin/tlcrpmb_gp",
        "# Secure-storage provisioning state: sim.rpmb.result (1 provisioned, 2 not ready yet).\n"
        "if [ \"$1\" != getflag ]; then echo 'usage: tlcrpmb_gp getflag' >&2; exit 1; fi\n"
-       "echo \"result=$(" + getprop + " sim.rpmb.result 1)\"\n"},
+       "echo \"result=$(" + getprop + " sim.rpmb.result " + KnobDefault("sim.rpmb.result") + ")\"\n"},
   };
   for (const Script& s : scripts) {
     if (!WriteDeviceFile(s.path, header + s.body, 0755)) {

@@ -17,8 +17,15 @@
 #include <platform/host/device_init.h>
 #include <platform/host/device_root.h>
 
+#include "build_version.h"
+#include "device_files.h"
 #include "device_layout.h"
+#include "device_listing.h"
+#include "device_logcat.h"
+#include "device_registry.h"
 #include "device_tools.h"
+#include "knob_table.h"
+#include "profile_catalog.h"
 #include "process_table.h"
 #include "profile.h"
 #include "vendor_libraries.h"
@@ -49,9 +56,17 @@ const char kUsage[] =
     "                            eval \"$(orbafactory-sim env --root DIR)\"\n"
     "  setprop NAME VALUE      set a property as the device's init does (ro.* included)\n"
     "  getprop [NAME]          print a property, or all of them\n"
-    "  ps                      the processes running on the device\n"
+    "  ps [-A]                 the processes running on the device\n"
+    "  logcat [FLAGS]          the device log, as the device's logcat (logcat --help)\n"
     "\n"
-    "--root DIR defaults to $ORBA_DEVICE_ROOT.\n"
+    "commands without a device:\n"
+    "  list                    this user's devices on this host: root, profile, state and the\n"
+    "                          services that run\n"
+    "  profiles                the profiles init takes\n"
+    "  knobs                   every sim.* property that steers the device, as a Markdown table\n"
+    "  --version               the version and the git commit this sim was built from\n"
+    "\n"
+    "--root DIR defaults to $ORBA_DEVICE_ROOT. After --, every argument is the command's own.\n"
     "exit status: 0 done, 1 failed, 2 usage error\n";
 
 int Usage(const char* problem) {
@@ -82,16 +97,37 @@ bool IsDevice() {
 }
 
 int Init(const SimContext& ctx, const std::string& profile_name) {
+  std::string unknown = UnknownProfileMessage(profile_name);
+  if (!unknown.empty()) return Usage(unknown.c_str());
   Profile profile;
   std::string error;
   if (!LoadProfile(ProfilePath(profile_name), &profile, &error)) return Fail(error);
   if (!InitDevice(ctx, profile, &error)) return Fail(error);
+  if (!WriteDeviceFile(kProfileRecord, profile_name + "\n")) {
+    return Fail("cannot record the profile in " + std::string(kProfileRecord));
+  }
+  // A device that cannot be listed is still a device: say so and carry on.
+  if (!RegisterDevice(ctx.root, &error)) fprintf(stderr, "orbafactory-sim: %s\n", error.c_str());
   printf("initialised %s from profile %s\n", ctx.root.c_str(), profile_name.c_str());
   return kExitOk;
 }
 
+// The device tools' own arguments: service names, never flags.
+int RefuseFlags(const char* tool, const std::vector<std::string>& args, const char* usage) {
+  for (const std::string& a : args) {
+    if (!a.empty() && a[0] == '-') {
+      fprintf(stderr, "%s: unknown option %s\nusage: %s\n", tool, a.c_str(), usage);
+      return kExitUsage;
+    }
+  }
+  return kExitOk;
+}
+
 int Start(const SimContext& ctx, const std::vector<std::string>& names) {
+  if (int refused = RefuseFlags("start", names, "start [SERVICE...]")) return refused;
   std::string error;
+  // Registered again at each start: a device whose entry was lost shows up in list again.
+  RegisterDevice(ctx.root, &error);
   if (names.empty()) {
     for (const ServiceSpec& s : DeviceServices()) {
       if (!StartService(ctx, s, true, &error)) return Fail(error);
@@ -108,6 +144,7 @@ int Start(const SimContext& ctx, const std::vector<std::string>& names) {
 }
 
 int Stop(const SimContext& ctx, const std::vector<std::string>& names) {
+  if (int refused = RefuseFlags("stop", names, "stop [SERVICE...]")) return refused;
   std::string error;
   std::vector<const ServiceSpec*> targets;
   for (const std::string& name : names) {
@@ -180,6 +217,37 @@ int GetProp(const std::vector<std::string>& args) {
   return kExitOk;
 }
 
+int Ps(const SimContext& ctx, const std::vector<std::string>& args) {
+  // -A and -e ask for every process, which is what the device's ps shows anyway.
+  for (const std::string& a : args) {
+    if (a != "-A" && a != "-e") {
+      fprintf(stderr, "ps: %s %s\nusage: ps [-A]\n",
+              a[0] == '-' ? "unknown option" : "takes no arguments besides -A:", a.c_str());
+      return kExitUsage;
+    }
+  }
+  fputs(ProcessTable(ctx.root).c_str(), stdout);
+  return kExitOk;
+}
+
+// The commands that need no device.
+int Version() {
+  printf("%s\n", orba::tools::VersionLine("orbafactory-sim").c_str());
+  return kExitOk;
+}
+
+int Profiles() {
+  std::vector<ProfileEntry> profiles = KnownProfiles();
+  if (profiles.empty()) return Fail("no profiles in " ORBA_SIM_PROFILE_DIR);
+  fputs(ProfileTable(profiles).c_str(), stdout);
+  return kExitOk;
+}
+
+int List() {
+  fputs(DeviceTable(ListDevices()).c_str(), stdout);
+  return kExitOk;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -188,6 +256,15 @@ int main(int argc, char** argv) {
   if (command == "-h" || command == "--help" || command == "help") {
     fputs(kUsage, stdout);
     return kExitOk;
+  }
+  if (command == "--version" || command == "version") return Version();
+  if (command == "list" || command == "profiles" || command == "knobs") {
+    if (argc > 2) return Usage((command + " takes no arguments").c_str());
+    if (command == "knobs") {
+      fputs(KnobMarkdownTable().c_str(), stdout);
+      return kExitOk;
+    }
+    return command == "list" ? List() : Profiles();
   }
   std::string root;
   std::string profile = "default";
@@ -200,6 +277,9 @@ int main(int argc, char** argv) {
       root = a.substr(7);
     } else if (a.rfind("--profile=", 0) == 0) {
       profile = a.substr(10);
+    } else if (a == "--") {
+      args.insert(args.end(), argv + i + 1, argv + argc);
+      break;
     } else if (a == "-h" || a == "--help") {
       fputs(kUsage, stdout);
       return kExitOk;
@@ -236,10 +316,8 @@ int main(int argc, char** argv) {
   if (command == "start") return Start(ctx, args);
   if (command == "stop") return Stop(ctx, args);
   if (command == "status") return args.empty() ? Status(ctx) : Usage("status takes no arguments");
-  if (command == "ps") {
-    fputs(ProcessTable(ctx.root).c_str(), stdout);
-    return kExitOk;
-  }
+  if (command == "ps") return Ps(ctx, args);
+  if (command == "logcat") return Logcat(args);
   if (command == "getprop") return GetProp(args);
   if (command == "setprop") {
     if (args.size() != 2) return Usage("setprop takes NAME VALUE");

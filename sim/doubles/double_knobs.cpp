@@ -12,9 +12,12 @@
 
 #include <platform/devpath.h>
 
+#include "knob_table.h"
+
 namespace orba::sim {
 
-long KnobInt(const char* name, long fallback) {
+long KnobInt(const char* name) {
+  const long fallback = strtol(KnobDefault(name), nullptr, 0);
   char value[PROPERTY_VALUE_MAX] = {};
   if (property_get(name, value, "") <= 0) return fallback;
   char* end = nullptr;
@@ -24,7 +27,7 @@ long KnobInt(const char* name, long fallback) {
 
 std::string KnobString(const char* name) {
   char value[PROPERTY_VALUE_MAX] = {};
-  property_get(name, value, "");
+  property_get(name, value, KnobDefault(name));
   return value;
 }
 

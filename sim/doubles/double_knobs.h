@@ -9,7 +9,9 @@
 
 namespace orba::sim {
 
-long KnobInt(const char* name, long fallback);
+// A knob as a number (decimal or 0x), or its default from the knob table when unset or not one.
+long KnobInt(const char* name);
+// A knob's text, or its default from the knob table when unset.
 std::string KnobString(const char* name);
 // Appends one line (a newline is added) to a device file; the device root decides where.
 void AppendCall(const char* device_path, const std::string& line);

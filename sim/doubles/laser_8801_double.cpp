@@ -87,9 +87,9 @@ __attribute__((destructor)) void StopAll() {
   for (void* object : objects) StopDelivery(object);
 }
 
-int Knob(const char* name, const char* call, long fallback) {
+int Knob(const char* name, const char* call) {
   AppendCall(kCallLog, call);
-  return static_cast<int>(KnobInt(name, fallback));
+  return static_cast<int>(KnobInt(name));
 }
 
 }  // namespace
@@ -98,12 +98,12 @@ extern "C" {
 
 __attribute__((visibility("default"))) int sensor_laser_8801_init(
     void* object, sensor_laser_8801_callback callback) {
-  int ret = Knob("sim.laser.init_ret", "sensor_laser_8801_init", 0);
+  int ret = Knob("sim.laser.init_ret", "sensor_laser_8801_init");
   if (ret != 0 || object == nullptr || callback == nullptr) return ret != 0 ? ret : -1;
   StopDelivery(object);  // a second init of the same object restarts its measurements
   std::vector<unsigned> words = Words();
   if (words.empty()) return 0;
-  long period = KnobInt("sim.laser.period_ms", 33);
+  long period = KnobInt("sim.laser.period_ms");
   if (period < 1) period = 1;
   auto d = std::make_unique<Delivery>();
   Delivery* raw = d.get();
@@ -114,35 +114,35 @@ __attribute__((visibility("default"))) int sensor_laser_8801_init(
 }
 
 __attribute__((visibility("default"))) int sensor_laser_8801_deinit(void* object) {
-  int ret = Knob("sim.laser.deinit_ret", "sensor_laser_8801_deinit", 0);
+  int ret = Knob("sim.laser.deinit_ret", "sensor_laser_8801_deinit");
   StopDelivery(object);
   return ret;
 }
 
 __attribute__((visibility("default"))) int sensor_laser_8801_clk_trim_enable(void* /*object*/) {
-  return Knob("sim.laser.trim_enable_ret", "sensor_laser_8801_clk_trim_enable", 0);
+  return Knob("sim.laser.trim_enable_ret", "sensor_laser_8801_clk_trim_enable");
 }
 
 __attribute__((visibility("default"))) int sensor_laser_8801_clk_trim_result(void* /*object*/) {
-  return Knob("sim.laser.trim_result", "sensor_laser_8801_clk_trim_result", 2);
+  return Knob("sim.laser.trim_result", "sensor_laser_8801_clk_trim_result");
 }
 
 __attribute__((visibility("default"))) int sensor_laser_8801_crosstalk_calibration(void) {
-  return Knob("sim.laser.xtalk_ret", "sensor_laser_8801_crosstalk_calibration", 0);
+  return Knob("sim.laser.xtalk_ret", "sensor_laser_8801_crosstalk_calibration");
 }
 
 __attribute__((visibility("default"))) int sensor_laser_8801_get_calibration_result(int* photon_num,
                                                                                    int* bin) {
-  int ret = Knob("sim.laser.result_ret", "sensor_laser_8801_get_calibration_result", 0);
+  int ret = Knob("sim.laser.result_ret", "sensor_laser_8801_get_calibration_result");
   if (ret == 0) {
-    if (photon_num != nullptr) *photon_num = static_cast<int>(KnobInt("sim.laser.photon", 1024));
-    if (bin != nullptr) *bin = static_cast<int>(KnobInt("sim.laser.bin", 12));
+    if (photon_num != nullptr) *photon_num = static_cast<int>(KnobInt("sim.laser.photon"));
+    if (bin != nullptr) *bin = static_cast<int>(KnobInt("sim.laser.bin"));
   }
   return ret;
 }
 
 __attribute__((visibility("default"))) int sensor_laser_8801_firmware_download(void) {
-  return Knob("sim.laser.fw_ret", "sensor_laser_8801_firmware_download", 0);
+  return Knob("sim.laser.fw_ret", "sensor_laser_8801_firmware_download");
 }
 
 }  // extern "C"

@@ -35,7 +35,7 @@ bool g_cancel = false;
 int Answer(const char* function, const std::string& args) {
   orba::sim::AppendCall(kCallLog, args.empty() ? function : std::string(function) + " " + args);
   std::string knob = StringPrintf("sim.uwb.%s.ret", function);
-  return static_cast<int>(orba::sim::KnobInt(knob.c_str(), 0));
+  return static_cast<int>(orba::sim::KnobInt(knob.c_str()));
 }
 
 bool DecodeNtf(const std::string& hex, unsigned char (&out)[kNtfSize]) {
@@ -63,7 +63,7 @@ void StartNotifier() {
   StopNotifier();
   unsigned char ntf[kNtfSize] = {};
   if (!DecodeNtf(orba::sim::KnobString("sim.uwb.rx_ntf"), ntf)) return;
-  long delay = orba::sim::KnobInt("sim.uwb.rx_ntf_delay_ms", 10);
+  long delay = orba::sim::KnobInt("sim.uwb.rx_ntf_delay_ms");
   g_notifier = std::thread([delay, ntf_copy = std::string(reinterpret_cast<char*>(ntf), kNtfSize)] {
     std::unique_lock<std::mutex> lock(g_mutex);
     if (g_wake.wait_for(lock, std::chrono::milliseconds(delay), [] { return g_cancel; })) return;

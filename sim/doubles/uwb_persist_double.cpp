@@ -18,7 +18,7 @@ constexpr const char* kCallLog = "/data/sim/uwbpersist_calls";
 int Answer(const char* function, const std::string& args) {
   orba::sim::AppendCall(kCallLog, args.empty() ? function : std::string(function) + " " + args);
   std::string knob = android::base::StringPrintf("sim.uwbpersist.%s.ret", function);
-  return static_cast<int>(orba::sim::KnobInt(knob.c_str(), 0));
+  return static_cast<int>(orba::sim::KnobInt(knob.c_str()));
 }
 
 std::string Hex(uint64_t v) {

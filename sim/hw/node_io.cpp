@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "device_fs.h"
+#include "knob_table.h"
 
 namespace orba::sim::hw {
 
@@ -36,7 +37,8 @@ void AppendRecord(const std::string& device_path, const std::string& line) {
   WriteAll(fd.get(), text.data(), text.size());
 }
 
-double Knob(const char* name, double fallback) {
+double Knob(const char* name) {
+  const double fallback = strtod(KnobDefault(name), nullptr);
   char value[PROP_VALUE_MAX] = {};
   if (__system_property_get(name, value) <= 0) return fallback;
   char* end = nullptr;
@@ -44,7 +46,7 @@ double Knob(const char* name, double fallback) {
   return end == value ? fallback : v;
 }
 
-bool HardwareEnabled() { return Knob("sim.hw.enable", 1) != 0; }
+bool HardwareEnabled() { return Knob("sim.hw.enable") != 0; }
 
 bool CameraMotorTypeIs(const char* type) {
   std::string features = ReadNode("/etc/em_features.xml");

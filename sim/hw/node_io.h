@@ -15,8 +15,8 @@ bool ReplaceNode(const std::string& device_path, const std::string& text);
 // Appends one line to a record file under /data/sim.
 void AppendRecord(const std::string& device_path, const std::string& line);
 
-// A sim.* knob, or its default when unset or not a number.
-double Knob(const char* name, double fallback);
+// A sim.* knob, or its default from the knob table when unset or not a number.
+double Knob(const char* name);
 // Whether the models may touch the device's nodes at all (sim.hw.enable).
 bool HardwareEnabled();
 // Whether /etc/em_features.xml gives the camera motor this exact type text.

@@ -43,9 +43,9 @@ class PopModel : public HardwareModel {
       Publish();
       return;
     }
-    travel_ms_ = Knob("sim.motor.travel_ms", 800);
+    travel_ms_ = Knob("sim.motor.travel_ms");
     if (travel_ms_ <= 0) travel_ms_ = 1;
-    stuck_ = Knob("sim.motor.stuck", 0) != 0;
+    stuck_ = Knob("sim.motor.stuck") != 0;
     at_stop_logged_ = false;
   }
 

@@ -43,8 +43,8 @@ class RotaryModel : public HardwareModel {
   std::vector<std::string> CommandNodes() const override { return {kEnable, kPeriod}; }
 
   void Start(Clock::time_point now) override {
-    stop_angle_ = Knob("sim.rotary.stop_angle", 0);
-    travel_ = TravelFromAngle(Knob("sim.rotary.angle", 0), stop_angle_);
+    stop_angle_ = Knob("sim.rotary.stop_angle");
+    travel_ = TravelFromAngle(Knob("sim.rotary.angle"), stop_angle_);
     run_.Start(now);
     for (int i = 0; i < kWindow; ++i) Measure();
     Publish();
@@ -65,7 +65,7 @@ class RotaryModel : public HardwareModel {
       if (!run_.Command(text, now, "motor5", &value)) return;
     }
     speed_ = DegreesPerMs(strtol(ReadNode(kPeriod).c_str(), nullptr, 10)) *
-             Knob("sim.rotary.speed_factor", 1.0);
+             Knob("sim.rotary.speed_factor");
   }
 
   std::optional<Clock::time_point> Tick(Clock::time_point now) override {
@@ -90,7 +90,7 @@ class RotaryModel : public HardwareModel {
 
   // One measurement of the field's direction into the averaging window.
   void Measure() {
-    double noise_deg = Knob("sim.rotary.noise_deg", 0.1);
+    double noise_deg = Knob("sim.rotary.noise_deg");
     std::normal_distribution<double> blur(0.0, noise_deg > 0 ? noise_deg : 1e-9);
     double seen = (AngleFromTravel(travel_, stop_angle_) + blur(rng_)) * kPi / 180.0;
     window_[next_slot_] = {std::cos(seen), std::sin(seen)};
@@ -100,7 +100,7 @@ class RotaryModel : public HardwareModel {
   // The reading is the window's mean field (vectors, not angles, so 0/360 averages right) and
   // the ground truth is where the module is now.
   void Publish() {
-    double field = Knob("sim.rotary.field", 1000);
+    double field = Knob("sim.rotary.field");
     double x = 0, y = 0;
     for (const auto& m : window_) {
       x += m[0] / kWindow;

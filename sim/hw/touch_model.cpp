@@ -11,13 +11,13 @@
 
 #include <cutils/properties.h>
 
+#include "knob_table.h"
 #include "node_io.h"
 #include "touch_model.h"
 
 namespace orba::sim::hw {
 namespace {
 
-constexpr char kPassing[] = "PASS: all channels within limits";
 
 bool IsTestNumber(const std::string& text) {
   if (text.empty()) return false;
@@ -43,7 +43,7 @@ class TouchModel : public HardwareModel {
     std::string value = Trimmed(ReadNode(kTouchTestNode));
     if (!IsTestNumber(value)) return;
     AppendRecord("/data/sim/touch_tests", std::to_string(WallMs()) + " " + value);
-    double delay = Knob("sim.touch.delay_ms", 1000);
+    double delay = Knob("sim.touch.delay_ms");
     due_ = now + std::chrono::milliseconds(static_cast<long long>(delay < 0 ? 0 : delay));
   }
 
@@ -51,7 +51,7 @@ class TouchModel : public HardwareModel {
     if (!due_) return std::nullopt;
     if (now < *due_) return due_;
     char result[PROPERTY_VALUE_MAX] = {};
-    property_get("sim.touch.result", result, kPassing);
+    property_get("sim.touch.result", result, KnobDefault("sim.touch.result"));
     ReplaceNode(kTouchTestNode, result);
     due_.reset();
     return std::nullopt;
