@@ -140,12 +140,14 @@ extern "C" ORBA_EXPORT void get_camera_info_code(const char* flag, const char* c
     memset(path, 0, sizeof(path));
     if (combine_camera_sn_path(flag, "rear_camera_tele2p5x", path, sizeof(path)) != 0) return;
   }
-  if (!Exists(path)) {
-    ORBA_LOGE("file_path not exist:%s", path);
-    return;
-  }
+  // The mode is set before the file is looked for, so a missing file shows in the log as the
+  // chmod that failed on it; the existence test only catches a file gone after the chmod.
   if (chmod(DevPath(path), 0664) != 0) {
     ORBA_LOGE("chmod error : %s", strerror(errno));
+    return;
+  }
+  if (!Exists(path)) {
+    ORBA_LOGE("file_path not exist:%s", path);
     return;
   }
   orbaatcmd_set_system_property("sys.engineermode.operate_camera_file", "1");

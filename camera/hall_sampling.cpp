@@ -9,6 +9,10 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
 #include <orbafactory/config.h>
 #include <platform/log.h>
 
@@ -31,7 +35,44 @@ void FillRecord(HallSampleRecord* rec, int interval_ms, int count, const char* p
   memset(rec->samples, 0, sizeof(rec->samples));
 }
 
-void* SampleTrampoline(void* rec) { return sample_data_thread(static_cast<HallSampleRecord*>(rec)); }
+// The two sampling threads start as a pair or not at all: each waits at its start until both
+// exist, and when the second cannot be started the first leaves without touching its record, so
+// a caller told "failed" never has a thread writing into its records afterwards.
+struct PairStart {
+  std::mutex mutex;
+  std::condition_variable decided;
+  int verdict = 0;  // 0 not yet, 1 sample, -1 leave
+};
+
+struct PairedSampler {
+  std::shared_ptr<PairStart> pair;
+  HallSampleRecord* rec;
+};
+
+void* PairedSampleThread(void* arg) {
+  std::unique_ptr<PairedSampler> self(static_cast<PairedSampler*>(arg));
+  bool sample;
+  {
+    std::unique_lock<std::mutex> lock(self->pair->mutex);
+    self->pair->decided.wait(lock, [&] { return self->pair->verdict != 0; });
+    sample = self->pair->verdict == 1;
+  }
+  if (!sample) {
+    pthread_detach(pthread_self());
+    return nullptr;
+  }
+  return sample_data_thread(self->rec);
+}
+
+bool StartPaired(const std::shared_ptr<PairStart>& pair, HallSampleRecord* rec) {
+  auto* sampler = new PairedSampler{pair, rec};
+  pthread_t thread;
+  if (pthread_create(&thread, nullptr, PairedSampleThread, sampler) != 0) {
+    delete sampler;
+    return false;
+  }
+  return true;
+}
 
 // Appends `text` at *at when it fits before `end` (keeping room for the terminator).
 bool Append(char** at, const char* end, const char* text) {
@@ -67,9 +108,13 @@ extern "C" ORBA_EXPORT int create_hall_sample_thread(int /*interval_ms*/, int /*
                                                      HallSampleRecord* up, int /*ignored*/,
                                                      HallSampleRecord* down) {
   if (get_camera_motor_type() == 1 && up != nullptr && down != nullptr) {
-    pthread_t t1, t2;
-    bool ok = pthread_create(&t1, nullptr, SampleTrampoline, up) == 0;
-    ok = ok && pthread_create(&t2, nullptr, SampleTrampoline, down) == 0;
+    auto pair = std::make_shared<PairStart>();
+    bool ok = StartPaired(pair, up) && StartPaired(pair, down);
+    {
+      std::lock_guard<std::mutex> lock(pair->mutex);
+      pair->verdict = ok ? 1 : -1;
+    }
+    pair->decided.notify_all();
     if (ok) return 1;
   }
   ORBA_LOGE("thread created error!!");

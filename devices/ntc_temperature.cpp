@@ -46,8 +46,32 @@ class Dictionary {
 
 enum class Entry { kAppended, kBadValue, kUnreadable };
 
-// One "name = path%divisor" entry appended to `out` as "name:reading,".
-Entry AppendReading(const char* name, char* value, char* out, int* remaining) {
+// The response being built in the caller's `out_len` bytes. The walk's own bound (`remaining`,
+// lowered by each item's full length) decides when to stop; `used` is what really went in, so no
+// byte past `out_len` is ever written: an item that fills the buffer goes in without its
+// terminator, and the final cut of the trailing comma terminates it inside the buffer.
+struct Response {
+  char* out;
+  size_t out_len;
+  size_t used;
+  int remaining;
+
+  void Append(const char* item) {
+    size_t n = strlen(item);
+    size_t room = out_len - used;
+    size_t take = n < room ? n : room;
+    memcpy(out + used, item, take);
+    used += take;
+    if (used < out_len) out[used] = '\0';
+    remaining -= static_cast<int>(n);
+  }
+  void CutLast() {
+    if (used > 0) out[--used] = '\0';
+  }
+};
+
+// One "name = path%divisor" entry appended to the response as "name:reading,".
+Entry AppendReading(const char* name, char* value, Response* response) {
   char* percent = strchr(value, '%');
   if (percent == nullptr || atoi(percent + 1) < 0) {
     ORBA_LOGI("ntc_pach error:%s", value);
@@ -65,8 +89,7 @@ Entry AppendReading(const char* name, char* value, char* out, int* remaining) {
   char item[kItemSize];
   snprintf(item, sizeof(item), "%s:%.1f,", name, celsius);
   ORBA_LOGD("item_buf: %s", item);
-  strncat(out, item, static_cast<size_t>(*remaining));
-  *remaining -= static_cast<int>(strlen(item));
+  response->Append(item);
   return Entry::kAppended;
 }
 
@@ -90,7 +113,9 @@ int get_ntc_temperature_ini(char* out, int out_len, int type) {
   }
   const char* prefix = kTypePrefix[type];
   const size_t prefix_len = strlen(prefix);
-  int remaining = out_len;
+  // Appending continues whatever the caller's buffer already holds, as far as its bound allows.
+  Response response{out, static_cast<size_t>(out_len), strnlen(out, static_cast<size_t>(out_len)),
+                    out_len};
   const int64_t slots = ini.get()->size;
   for (int64_t i = 0; out_len >= 1 && i < slots; ++i) {
     char key[kNameSize] = {};
@@ -99,14 +124,13 @@ int get_ntc_temperature_ini(char* out, int out_len, int type) {
                                  static_cast<int>(i)) == 0) {
       ORBA_LOGD("ntc_name:%s,ntc_pach: %s", key, value);
       if (strncmp(key, prefix, prefix_len) == 0 &&
-          AppendReading(key + prefix_len, value, out, &remaining) != Entry::kAppended) {
+          AppendReading(key + prefix_len, value, &response) != Entry::kAppended) {
         return -1;
       }
     }
-    if (remaining < 1) break;
+    if (response.remaining < 1) break;
   }
-  size_t len = strlen(out);
-  if (len > 0) out[len - 1] = '\0';
+  response.CutLast();
   return 1;
 }
 

@@ -60,10 +60,17 @@ void Rehash(OTP_NV_Item* item) {
   item->hash_verify_len = kDataSize;
 }
 
-// The item is kept twice: at 0, where everybody reads it, and a second copy in its own sector.
+// The item is kept twice: at 0, where everybody reads it, and a second copy a whole 4 KiB block
+// away, as the factory record keeps its copies, so that one torn block write never spoils both.
 // Every write goes to the second copy first, so whenever a power cut spoils one copy the other is
 // whole, and an item that fails its hash is taken from the second copy before it is ever reset.
-constexpr off_t kSecondCopyOffset = 512;
+constexpr off_t kSecondCopyOffset = 4096;
+// Earlier builds kept the second copy at 512, inside the item's own block. Such a copy is still
+// read when the first copy fails and no second copy verifies where it now lives: on an image
+// written by those builds it is the only backup. It is never written again; once read, the item
+// moves to the new place. Writes alone cannot make it the copy that is read: a write puts a
+// whole second copy at 4096 before touching the first, so those two never fail together.
+constexpr off_t kLegacySecondCopyOffset = 512;
 constexpr off_t kLockedSpan = kSecondCopyOffset + static_cast<off_t>(sizeof(OTP_NV_Item));
 
 // The whole span of both copies, locked against other processes for one access (threads of this
@@ -106,17 +113,22 @@ bool WriteBothCopies(int fd, const OTP_NV_Item* item) {
   return WriteCopy(fd, kSecondCopyOffset, item) && WriteCopy(fd, 0, item);
 }
 
-enum class Found { kFirst, kSecond, kNeither, kUnreadable };
+enum class Found { kFirst, kSecond, kLegacySecond, kNeither, kUnreadable };
 
-// The item as the device holds it: the first copy if it verifies, else the second, else none.
+bool VerifiedCopy(int fd, off_t offset, OTP_NV_Item* item) {
+  OTP_NV_Item copy;
+  if (!ReadCopy(fd, offset, &copy) || doCheckHash(&copy) != 0) return false;
+  *item = copy;
+  return true;
+}
+
+// The item as the device holds it: the first copy if it verifies, else the second, else the
+// second copy of an older image, else none.
 Found CurrentItem(int fd, OTP_NV_Item* item) {
   if (!ReadCopy(fd, 0, item)) return Found::kUnreadable;
   if (doCheckHash(item) == 0) return Found::kFirst;
-  OTP_NV_Item second;
-  if (ReadCopy(fd, kSecondCopyOffset, &second) && doCheckHash(&second) == 0) {
-    *item = second;
-    return Found::kSecond;
-  }
+  if (VerifiedCopy(fd, kSecondCopyOffset, item)) return Found::kSecond;
+  if (VerifiedCopy(fd, kLegacySecondCopyOffset, item)) return Found::kLegacySecond;
   return Found::kNeither;
 }
 
@@ -147,6 +159,10 @@ class OtpAccess {
       case Found::kSecond:
         OTP_LOGE("otp item restored from its second copy\r\n");
         if (WriteCopy(fd_.get(), 0, item_)) return true;
+        break;
+      case Found::kLegacySecond:
+        OTP_LOGE("otp item restored from its second copy\r\n");
+        if (WriteBothCopies(fd_.get(), item_)) return true;
         break;
       case Found::kNeither:
         OTP_LOGE("do otp restore to default\r\n");

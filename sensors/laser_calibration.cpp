@@ -37,15 +37,16 @@ FlagResult SetRecordFlag(size_t offset) {
   return FlagResult::kOk;
 }
 
-// "get_result": the trim result decides; on success the object's work is done.
+// "get_result": the trim result decides; either way the object's work is done. It is closed,
+// not only freed: the library still holds it (a streaming open before would go on delivering).
 int ClockResult() {
-  void* object = CurrentObject();
+  void* object = TakeObject();
   if (object == nullptr) {
     ORBA_LOGE("NULL pointer error!!");
     return -ENOENT;
   }
   int ret = sensor_laser_8801_clk_trim_result(object);
-  ReleaseObject(TakeObject());
+  CloseObject(object);
   if (ret != kTrimDone) {
     ORBA_LOGE("get clock resul error!!... ret = %d", ret);
     return ret;
@@ -66,7 +67,8 @@ int ClockResult() {
 }
 
 int ClockEnable() {
-  void* object = ReplaceObject();
+  uint64_t serial = 0;
+  void* object = ReplaceObject(&serial);
   if (object == nullptr) {
     ORBA_LOGE("malloc error!!");
     return -1;
@@ -74,7 +76,7 @@ int ClockEnable() {
   int ret = sensor_laser_8801_clk_trim_enable(object);
   if (ret != 0) {
     ORBA_LOGE("enable error!!");
-    ReleaseObject(TakeObject());
+    CloseObject(TakeObjectIf(serial));
   }
   return ret;
 }
@@ -130,7 +132,7 @@ int clock_cali_TMF8801(const char* msg) {
   } else if (msg != nullptr && strcmp(msg, "get_result") == 0) {
     ret = ClockResult();
   } else {
-    ReleaseObject(TakeObject());
+    CloseObject(TakeObject());
     ret = -1;
   }
   ORBA_LOGD("END, ret = %d", ret);

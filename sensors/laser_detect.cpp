@@ -52,11 +52,15 @@ bool Frozen(const Snapshot (&group)[kGroup]) {
 }  // namespace
 
 extern "C" void* laser_8801_detect_background_thread(unsigned* seconds) {
+  // Read before anything else: a starter may hand a variable of its own stack and return, and
+  // the slot is then reused long before the snapshots are done.
+  const long tenths = seconds != nullptr ? 10L * static_cast<long>(*seconds) : 0;
   pthread_detach(pthread_self());
   ORBA_LOGD("begin.");
   orbaatcmd_set_system_property(kVerdictProperty, "testing");
   g_callback_count.store(0, std::memory_order_relaxed);
-  on_off_laser_TMF8801(true);
+  uint64_t opened = 0;
+  OpenStreaming(&opened);
 
   Snapshot group[kGroup];
   for (int i = 0; i < kGroup; ++i) {
@@ -66,7 +70,6 @@ extern "C" void* laser_8801_detect_background_thread(unsigned* seconds) {
   LogGroup(group);
 
   bool failed = false;
-  long tenths = seconds != nullptr ? 10L * static_cast<long>(*seconds) : 0;
   if (tenths >= 6) {
     for (long count = tenths - kGroup; count > 0; --count) {
       SleepMs(100);
@@ -85,7 +88,8 @@ extern "C" void* laser_8801_detect_background_thread(unsigned* seconds) {
   }
   if (!failed) ORBA_LOGD("test success!");
   orbaatcmd_set_system_property(kVerdictProperty, failed ? "failed" : "success");
-  g_last_word.store(kNoData, std::memory_order_relaxed);
-  on_off_laser_TMF8801(false);
+  // A station that saw the verdict may already have opened the sensor again; that open closed
+  // this thread's object, and the new one is not this thread's to close (nor its measurement).
+  CloseInBackground(TakeObjectIf(opened));
   return nullptr;
 }

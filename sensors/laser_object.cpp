@@ -17,6 +17,8 @@ namespace {
 
 std::mutex g_object_mutex;
 void* g_object = nullptr;
+uint64_t g_serial = 0;       // of g_object
+uint64_t g_last_serial = 0;  // the last one handed out
 
 }  // namespace
 
@@ -27,26 +29,35 @@ void* TakeObject() {
   return object;
 }
 
-void ReleaseObject(void* object) { free(object); }
-
-void* ReplaceObject() {
-  void* old = TakeObject();
-  if (old != nullptr) {
-    // The vendor library may still be delivering for it; freeing first would let a new object
-    // reuse the address under its feet.
-    sensor_laser_8801_deinit(old);
-    free(old);
-  }
-  void* object = calloc(1, SENSOR_LASER_8801_OBJECT_SIZE);
-  if (object == nullptr) return nullptr;
+void* TakeObjectIf(uint64_t serial) {
   std::lock_guard<std::mutex> lock(g_object_mutex);
-  g_object = object;
+  if (g_object == nullptr || g_serial != serial) return nullptr;
+  void* object = g_object;
+  g_object = nullptr;
+  // Under the lock, so it cannot wipe the first word of an object installed after this one.
+  g_last_word.store(kNoData, std::memory_order_relaxed);
   return object;
 }
 
-void* CurrentObject() {
-  std::lock_guard<std::mutex> lock(g_object_mutex);
-  return g_object;
+void* ReplaceObject(uint64_t* serial) {
+  void* object = calloc(1, SENSOR_LASER_8801_OBJECT_SIZE);
+  void* old;
+  {
+    std::lock_guard<std::mutex> lock(g_object_mutex);
+    old = g_object;
+    g_object = object;
+    g_serial = object != nullptr ? ++g_last_serial : 0;
+    if (serial != nullptr) *serial = g_serial;
+  }
+  CloseObject(old);
+  return object;
+}
+
+int CloseObject(void* object) {
+  if (object == nullptr) return 0;
+  int ret = sensor_laser_8801_deinit(object);
+  free(object);
+  return ret;
 }
 
 void SleepMs(int ms) {

@@ -11,7 +11,8 @@ ORBA_BEGIN_DECLS
 /* ---- Laser ranging sensor (TMF8801) ----------------------------------------------------------
  * A measurement word: bits 0-15 distance in mm, bits 16-21 confidence (0-63); all ones is no data. */
 
-/* 1 when the sensor opened (on) or the close was started (off), else 0. */
+/* 1 when the sensor opened (on), else 0. Off takes the open object at once and closes it on a
+ * thread of its own (inline if no thread can be started); always 1. */
 ORBA_EXPORT int on_off_laser_TMF8801(bool on);
 /* The vendor library's measurement callbacks: streaming, and the one-shot reading's. */
 ORBA_EXPORT void sensor_laser_TMF8801_event_callback(unsigned value);
@@ -22,6 +23,7 @@ ORBA_EXPORT int get_laser_data_TMF8801(char* out, const char* what);
 ORBA_EXPORT int get_laser_data_TMF8801_sync(char* distance, char* confidence);
 /* Thread bodies. */
 ORBA_EXPORT void* get_laser_data_TMF8801_thread(sem_t* done);
+/* arg: the object to close, taken by the caller; null closes the current one. */
 ORBA_EXPORT void* thread_close_laser_TMF8801(void* arg);
 ORBA_EXPORT void* laser_8801_detect_background_thread(unsigned* seconds);
 /* msg "enable" then "get_result": 0 / 2 on success, the library's code, -1 or -2. */

@@ -11,6 +11,7 @@
 #include <orbafactory/camera.h>
 
 #include "camera_fixture.h"
+#include "support/thread_start_gate.h"
 
 namespace orba::test {
 namespace {
@@ -87,6 +88,25 @@ TEST_F(HallSamplingTest, OtherModulesDoNotSample) {
   char out[64] = "stale";
   EXPECT_EQ(combine_hall_sample_resp(out, 3, up_.get(), 0, down_.get()), 2);
   EXPECT_STREQ(out, "");
+}
+
+TEST_F(HallSamplingTest, SecondThreadFailingLeavesNoSamplerBehind) {
+  ASSERT_EQ(ready_to_sample_camera_pop_hall(1, 3, up_.get(), 0, down_.get()), 1);
+  HallSampleRecord before_up = *up_;
+  HallSampleRecord before_down = *down_;
+  {
+    ThreadStartGate gate;
+    gate.RefuseStartsAfter(1);  // the first sampler starts, the second cannot
+    EXPECT_EQ(create_hall_sample_thread(1, 3, up_.get(), 0, down_.get()), 0);
+    EXPECT_TRUE(log_.Has(ANDROID_LOG_ERROR, "thread created error!!")) << log_.Dump();
+    // Whatever the one thread that did start does, it has done it once it returns.
+    ASSERT_EQ(gate.started(), 1);
+    ASSERT_TRUE(gate.WaitFinished(1, 15000));
+  }
+  // A caller told "failed" may reuse its records at once: nothing was written into them.
+  EXPECT_EQ(memcmp(up_.get(), &before_up, sizeof(before_up)), 0) << "up: " << up_->samples[0];
+  EXPECT_EQ(memcmp(down_.get(), &before_down, sizeof(before_down)), 0);
+  EXPECT_FALSE(log_.Has(ANDROID_LOG_DEBUG, " start!! ")) << "a sampler ran";
 }
 
 TEST_F(HallSamplingTest, HallEnableFailureIsReported) {

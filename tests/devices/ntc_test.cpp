@@ -45,9 +45,15 @@ class NtcIniTest : public NtcTest, public ::testing::WithParamInterface<IniCase>
 TEST_P(NtcIniTest, BuildsTheResponse) {
   const IniCase& c = GetParam();
   if (c.ini != nullptr) WriteDeviceFile(kIni, c.ini);
-  char out[256] = {};
-  EXPECT_EQ(get_ntc_temperature_ini(out, c.out_len, c.type), c.ret);
-  EXPECT_STREQ(out, c.out);
+  // The caller's buffer is exactly out_len bytes; what follows it is somebody else's.
+  char memory[256 + 16];
+  memset(memory, 0, sizeof(memory));
+  memset(memory + c.out_len, '#', sizeof(memory) - static_cast<size_t>(c.out_len));
+  EXPECT_EQ(get_ntc_temperature_ini(memory, c.out_len, c.type), c.ret);
+  EXPECT_EQ(std::string(memory, strnlen(memory, static_cast<size_t>(c.out_len))), c.out);
+  EXPECT_EQ(std::string(memory + c.out_len, sizeof(memory) - static_cast<size_t>(c.out_len)),
+            std::string(sizeof(memory) - static_cast<size_t>(c.out_len), '#'))
+      << "written past out_len";
 }
 
 constexpr char kTwoTypes[] =
@@ -66,6 +72,9 @@ INSTANTIATE_TEST_SUITE_P(
         IniCase{"NoFile", nullptr, 200, 1, 0, ""},
         // the bound is used up by the first item; its last character is still cut
         IniCase{"ShortBound", kTwoTypes, 10, 1, 1, "name1:25."},
+        // the first item fits with its terminator, the second is cut at the bound
+        IniCase{"BoundInSecondItem", kTwoTypes, 16, 1, 1, "name1:25.3,name"},
+        IniCase{"BoundAtItemEnd", kTwoTypes, 11, 1, 1, "name1:25.3"},
         IniCase{"ZeroBound", kTwoTypes, 0, 1, 1, ""},
         IniCase{"NoDivisor", "[type_i]\nboard = /sys/class/thermal/thermal_zone1/temp\n", 200, 1,
                 -1, ""},

@@ -13,7 +13,8 @@ namespace {
 using orba::test::LogCapture;
 
 constexpr const char* kOtp = "/dev/block/sdd";
-constexpr size_t kSecondCopy = 512;
+constexpr size_t kSecondCopy = 4096;
+constexpr size_t kBlock = 4096;
 
 class OtpItemTest : public orba::test::DeviceRootTest {
  protected:
@@ -132,6 +133,52 @@ TEST_F(OtpItemTest, ItemFailingItsHashComesFromTheSecondCopyOrIsReset) {
       EXPECT_EQ(memcmp(&now, &expected, sizeof(now)), 0);
     }
   }
+}
+
+TEST_F(OtpItemTest, TornFirstBlockKeepsTheItem) {
+  // A power cut in the middle of a block write can leave any part of that block garbage: the
+  // second copy lives in another block, so the item survives whatever the first block holds.
+  BlankDevice();
+  const unsigned char value[4] = {9, 8, 7, 6};
+  ASSERT_EQ(write_value_to_otp(OTP_NV_DATA_OFFSET, value, 4, 4), 0);
+  std::string bytes = ReadDeviceFile(kOtp);
+  ASSERT_GE(bytes.size(), kSecondCopy + sizeof(OTP_NV_Item));
+  for (size_t i = 0; i < kBlock; ++i) bytes[i] = static_cast<char>(0xa5 ^ (i * 31));
+  WriteDeviceFile(kOtp, bytes);
+
+  LogCapture log;
+  unsigned char back[4] = {};
+  ASSERT_EQ(read_value_from_otp(OTP_NV_DATA_OFFSET, back, 4, 4), 0);
+  EXPECT_EQ(memcmp(back, value, 4), 0);
+  EXPECT_TRUE(log.Has(ANDROID_LOG_ERROR, "otp item restored from its second copy\r\n")) << log.Dump();
+  OTP_NV_Item now = DeviceItem();
+  EXPECT_EQ(doCheckHash(&now), 0);
+}
+
+TEST_F(OtpItemTest, ImageOfEarlierBuildsIsReadFromItsSecondCopy) {
+  // Earlier builds kept the second copy at 512 and nothing at 4096.
+  BlankDevice();
+  const unsigned char value[4] = {0x31, 0x41, 0x59, 0x26};
+  ASSERT_EQ(write_value_to_otp(OTP_NV_DATA_OFFSET, value, 4, 4), 0);
+  std::string bytes = ReadDeviceFile(kOtp);
+  std::string old_image(kBlock, '\0');
+  memcpy(old_image.data(), bytes.data(), sizeof(OTP_NV_Item));
+  memcpy(old_image.data() + 512, bytes.data(), sizeof(OTP_NV_Item));
+  old_image[OTP_NV_DATA_OFFSET + 10] ^= 0x5a;  // the first copy spoiled
+  WriteDeviceFile(kOtp, old_image);
+
+  unsigned char back[4] = {};
+  ASSERT_EQ(read_value_from_otp(OTP_NV_DATA_OFFSET, back, 4, 4), 0);
+  EXPECT_EQ(memcmp(back, value, 4), 0);
+  // Both copies now verify in their new places.
+  bytes = ReadDeviceFile(kOtp);
+  ASSERT_GE(bytes.size(), kSecondCopy + sizeof(OTP_NV_Item));
+  OTP_NV_Item first, second;
+  memcpy(&first, bytes.data(), sizeof(first));
+  memcpy(&second, bytes.data() + kSecondCopy, sizeof(second));
+  EXPECT_EQ(doCheckHash(&first), 0);
+  EXPECT_EQ(doCheckHash(&second), 0);
+  EXPECT_EQ(memcmp(second.data, value, 4), 0);
 }
 
 TEST_F(OtpItemTest, UnreadableDeviceIsAnError) {
