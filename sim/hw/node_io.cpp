@@ -27,6 +27,10 @@ bool ReplaceNode(const std::string& device_path, const std::string& text) {
   return ReplaceDeviceFile(device_path, text, 0644);
 }
 
+bool PublishReading(const std::string& device_path, const std::string& text) {
+  return ReplaceNode(device_path, text + "\n");
+}
+
 void AppendRecord(const std::string& device_path, const std::string& line) {
   size_t slash = device_path.rfind('/');
   if (slash != std::string::npos && slash > 0) MakeDirsInDevice(device_path.substr(0, slash), 0755);

@@ -12,6 +12,11 @@ std::string ReadNode(const std::string& device_path);
 // Replaces a node whole: a temporary file beside it, renamed over it, so a reader sees the old
 // reading or the new one and never half of either. Makes the directory when missing.
 bool ReplaceNode(const std::string& device_path, const std::string& text);
+// Replaces a sensor node with a reading as a sysfs attribute prints it: the text and its line
+// end. Readers take the line end for the end of the reading (one that reads into a buffer it
+// cleared once relies on it to end a shorter reading after a longer one), so a node without it
+// is not what a phone shows them.
+bool PublishReading(const std::string& device_path, const std::string& text);
 // Appends one line to a record file under /data/sim.
 void AppendRecord(const std::string& device_path, const std::string& line);
 

@@ -87,11 +87,11 @@ class PopModel : public HardwareModel {
     std::uniform_int_distribution<int> noise(0, 1);
     auto text = [&](int v) { return std::to_string(v + noise(rng_)); };
     std::string up = text(r.up), middle = text(r.middle), down = text(r.down);
-    ReplaceNode("/sys/class/orba_hall/up_hall/data", up);
-    ReplaceNode("/sys/class/orba_hall/up_hall/single_data", up);
-    ReplaceNode("/sys/class/orba_hall/middle_hall/single_data", middle);
-    ReplaceNode("/sys/class/orba_hall/down_hall/data", down);
-    ReplaceNode("/sys/class/orba_hall/down_hall/single_data", down);
+    PublishReading("/sys/class/orba_hall/up_hall/data", up);
+    PublishReading("/sys/class/orba_hall/up_hall/single_data", up);
+    PublishReading("/sys/class/orba_hall/middle_hall/single_data", middle);
+    PublishReading("/sys/class/orba_hall/down_hall/data", down);
+    PublishReading("/sys/class/orba_hall/down_hall/single_data", down);
     char truth[32];
     snprintf(truth, sizeof(truth), "%.3f\n", position_);
     ReplaceNode("/data/sim/pop_position", truth);

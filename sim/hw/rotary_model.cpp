@@ -110,7 +110,7 @@ class RotaryModel : public HardwareModel {
     char text[96];
     snprintf(text, sizeof(text), "%ld %ld %d", std::lround(field * x), std::lround(field * y),
              z_noise(rng_));
-    ReplaceNode(kField, text);
+    PublishReading(kField, text);
     char truth[32];
     snprintf(truth, sizeof(truth), "%.3f\n", AngleFromTravel(travel_, stop_angle_));
     ReplaceNode("/data/sim/rotary_angle", truth);
