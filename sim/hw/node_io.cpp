@@ -23,12 +23,14 @@ std::string ReadNode(const std::string& device_path) {
   return text;
 }
 
-bool ReplaceNode(const std::string& device_path, const std::string& text) {
-  return ReplaceDeviceFile(device_path, text, 0644);
+bool ReplaceNode(const std::string& device_path, const std::string& text,
+                 InstalledFile* installed) {
+  return ReplaceDeviceFile(device_path, text, 0644, installed);
 }
 
-bool PublishReading(const std::string& device_path, const std::string& text) {
-  return ReplaceNode(device_path, text + "\n");
+bool PublishReading(const std::string& device_path, const std::string& text,
+                    InstalledFile* installed) {
+  return ReplaceNode(device_path, text + "\n", installed);
 }
 
 void AppendRecord(const std::string& device_path, const std::string& line) {
