@@ -2,6 +2,7 @@
 #define ORBA_SIM_HW_MODEL_SERVICE_H
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,10 @@ class ModelService {
     std::string name;  // file name inside the watched directory
     int wd;
   };
-  void OnEvents();
+  // Hands the commands waiting in the queue to their models; `tick` is the time the models are
+  // about to be brought up to.
+  void OnEvents(Clock::time_point tick);
+  Store StoreOf(const std::string& node, Clock::time_point seen) const;
 
   int stop_fd_;
   int inotify_fd_ = -1;
@@ -36,6 +40,8 @@ class ModelService {
   std::vector<std::unique_ptr<HardwareModel>> models_;
   std::vector<std::optional<Clock::time_point>> wake_;
   std::vector<Watched> watched_;
+  // The last look that found the queue empty: every store not yet taken was made after it.
+  Clock::time_point last_quiet_{};
 };
 
 }  // namespace orba::sim::hw

@@ -64,4 +64,10 @@ long long WallMs() {
   return static_cast<long long>(tv.tv_sec) * 1000 + tv.tv_usec / 1000;
 }
 
+long long WallUs() {
+  timeval tv{};
+  gettimeofday(&tv, nullptr);
+  return static_cast<long long>(tv.tv_sec) * 1000000 + tv.tv_usec;
+}
+
 }  // namespace orba::sim::hw

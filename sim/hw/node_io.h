@@ -34,6 +34,7 @@ bool CameraMotorTypeIs(const char* type);
 
 // Milliseconds since the epoch, the clock the library's own time stamps use.
 long long WallMs();
+long long WallUs();
 
 }  // namespace orba::sim::hw
 

@@ -34,8 +34,9 @@ class PopModel : public HardwareModel {
     Publish();
   }
 
-  void OnCommand(const std::string& node, Clock::time_point now) override {
+  void OnCommand(const std::string& node, const Store& store) override {
     (void)node;
+    const Clock::time_point now = store.at;
     Advance(now);
     long value = 0;
     if (!run_.Command(ReadNode(kEnable), now, "motor", &value)) return;

@@ -52,13 +52,13 @@ class TouchModel : public HardwareModel {
 
   void Start(Clock::time_point) override {}
 
-  void OnCommand(const std::string&, Clock::time_point now) override {
+  void OnCommand(const std::string&, const Store& store) override {
     if (NodeIsOwnAnswer()) return;
     std::string value = Trimmed(ReadNode(kTouchTestNode));
     if (!IsTestNumber(value)) return;
     AppendRecord("/data/sim/touch_tests", std::to_string(WallMs()) + " " + value);
     double delay = Knob("sim.touch.delay_ms", 1000);
-    due_ = now + std::chrono::milliseconds(static_cast<long long>(delay < 0 ? 0 : delay));
+    due_ = store.at + std::chrono::milliseconds(static_cast<long long>(delay < 0 ? 0 : delay));
   }
 
   std::optional<Clock::time_point> Tick(Clock::time_point now) override {
