@@ -77,7 +77,10 @@ class RotaryModel : public HardwareModel {
   }
 
   std::optional<Clock::time_point> Tick(Clock::time_point now) override {
-    if (MeasureUntil(now)) Publish();
+    // Measurements taken up to a command are published too: a writer re-commanding in a tight
+    // loop brings a command before every measurement, and the node stood still meanwhile.
+    MeasureUntil(now);
+    if (newest_ != published_newest_) Publish();
     if (run_.direction() == 0 && resting_samples_ >= kWindow) return std::nullopt;
     return run_.direction() != 0 ? std::min(next_sample_, run_.until()) : next_sample_;
   }
@@ -93,11 +96,11 @@ class RotaryModel : public HardwareModel {
   // Takes every measurement the chip made up to `t`, each where the module was at its own time,
   // then moves the module on to `t`. A model the host kept from running catches up here: its
   // next reading is the chip's reading now, not a mean with measurements from before the wait.
-  // Only the last window's worth matters; older ones are skipped. True when it measured.
-  bool MeasureUntil(Clock::time_point t) {
+  // Only the last window's worth matters; older ones are skipped.
+  void MeasureUntil(Clock::time_point t) {
     if (next_sample_ > t) {
       Advance(t);
-      return false;
+      return;
     }
     const auto window = kWindow * kSamplePeriod;
     if (t - next_sample_ >= window) {
@@ -110,7 +113,6 @@ class RotaryModel : public HardwareModel {
       resting_samples_ = run_.direction() == 0 ? resting_samples_ + 1 : 0;
     }
     Advance(t);
-    return true;
   }
 
   // One measurement of the field's direction into the averaging window.

@@ -52,7 +52,7 @@ char ProcessState(pid_t pid) {
   return paren != std::string::npos && paren + 2 < stat.size() ? stat[paren + 2] : '?';
 }
 
-class LateModelTest : public CameraDeviceTest {
+class RotaryModelTimingTest : public CameraDeviceTest {
  protected:
   void SetUp() override {
     CameraDeviceTest::SetUp();
@@ -115,7 +115,7 @@ class LateModelTest : public CameraDeviceTest {
   unique_fd watch_;
 };
 
-TEST_F(LateModelTest, StopStoredWhileTheModelWaitsHaltsTheModuleAtTheStore) {
+TEST_F(RotaryModelTimingTest, StopStoredWhileTheModelWaitsHaltsTheModuleAtTheStore) {
   StartLongTurn();
   Freeze();
   const double before = Truth(kAngleTruth);
@@ -147,7 +147,7 @@ TEST_F(LateModelTest, StopStoredWhileTheModelWaitsHaltsTheModuleAtTheStore) {
             std::string::npos);
 }
 
-TEST_F(LateModelTest, FirstReadingAfterTheWaitIsTheModuleNow) {
+TEST_F(RotaryModelTimingTest, FirstReadingAfterTheWaitIsTheModuleNow) {
   StartLongTurn();
   Freeze();
   const double before = Truth(kAngleTruth);
