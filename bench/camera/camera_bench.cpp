@@ -55,8 +55,11 @@ long long WallUs() {
 }
 
 // When the library last stored a stop ("0") to the rotary motor's node, in wall microseconds:
-// its writes go through write() below.
-std::atomic<long long> g_stop_stored_us{0};
+// its writes go through write() below. The store is made between the two; a process the host
+// preempts on its way back from the call learns of it late, so the start is the time of the store
+// when the two are close.
+std::atomic<long long> g_stop_write_from_us{0};
+std::atomic<long long> g_stop_write_to_us{0};
 
 bool IsRotaryMotorNode(int fd) {
   char link[64], path[PATH_MAX] = {};
@@ -74,9 +77,12 @@ extern "C" __attribute__((visibility("default"))) ssize_t write(int fd, const vo
                                                               size_t n) {
   using WriteFn = ssize_t (*)(int, const void*, size_t);
   static WriteFn real = reinterpret_cast<WriteFn>(dlsym(RTLD_NEXT, "write"));
+  const bool stop = n == 1 && static_cast<const char*>(buf)[0] == '0' && IsRotaryMotorNode(fd);
+  const long long from = stop ? WallUs() : 0;
   ssize_t ret = real(fd, buf, n);
-  if (n == 1 && static_cast<const char*>(buf)[0] == '0' && ret == 1 && IsRotaryMotorNode(fd)) {
-    g_stop_stored_us = WallUs();
+  if (stop && ret == 1) {
+    g_stop_write_to_us = WallUs();
+    g_stop_write_from_us = from;
   }
   return ret;
 }
@@ -175,10 +181,14 @@ class CpuHog {
 // The angle the library last measured before it stopped ("current angles=%.2f, ..."): the
 // reading it stopped on.
 std::atomic<double> g_stopped_on{NAN};
+std::atomic<long long> g_stopped_on_us{0};  // when the library had it
 
 void KeepStoppedOn(const struct __android_logger_data*, const char* message) {
   const char* at = strstr(message, "current angles=");
-  if (at != nullptr) g_stopped_on = atof(at + strlen("current angles="));
+  if (at != nullptr) {
+    g_stopped_on = atof(at + strlen("current angles="));
+    g_stopped_on_us = WallUs();
+  }
 }
 
 struct Distribution {
@@ -240,13 +250,15 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
   double worst = 0, total_ms = 0;
   Distribution stop_to_halt, model_late, reading_age;
   size_t records = 0;
+  long store_untimed = 0;  // turns whose stop write took over 1 ms: its store is not known
   for (auto _ : state) {
     double target;
     do target = pick(rng); while (AngleDistance(target, 300) < 3);
     g_stopped_on = NAN;
-    g_stop_stored_us = 0;
+    g_stop_write_from_us = 0;
     int ms = rotate_to_appointted_angles(2, 8000, target, precision);
-    const long long stored_us = g_stop_stored_us;
+    const long long stored_us = g_stop_write_from_us;
+    const bool store_timed = stored_us > 0 && g_stop_write_to_us - stored_us < 1000;
     // The model takes the stop in its own time: wait for its record of it.
     std::vector<std::string> lines;
     for (;;) {
@@ -267,7 +279,11 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
     // measurement.
     double truth = recorded ? stop.angle : atof(device.Read("/data/sim/rotary_angle").c_str());
     double error = AngleDistance(truth, target);
-    if (recorded && stored_us > 0) stop_to_halt.Add((stop.halt_us - stored_us) / 1000.0);
+    if (recorded && store_timed) {
+      stop_to_halt.Add((stop.halt_us - stored_us) / 1000.0);
+    } else {
+      ++store_untimed;
+    }
     if (recorded) {
       model_late.Add(stop.taken_us / 1000.0);
       reading_age.Add(stop.reading_age_us / 1000.0);
@@ -278,10 +294,11 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
     if (!ok) {
       fprintf(stderr,
               "miss: period %ld target %.2f stopped on %.2f (off %.2f) halted at %.3f (off "
-              "%.2f = %.1f ms of travel); stop to halt %.2f ms, model late %.2f ms, reading "
-              "age %.2f ms\n",
+              "%.2f = %.1f ms of travel); library read to stop write %.2f ms, stop write "
+              "took %.2f ms, stop to halt %.2f ms, model late %.2f ms, reading age %.2f ms\n",
               period, target, g_stopped_on.load(), g_stopped_on.load() - target, truth,
-              error, error / deg_per_ms, (stop.halt_us - stored_us) / 1000.0,
+              error, error / deg_per_ms, (stored_us - g_stopped_on_us) / 1000.0,
+              (g_stop_write_to_us - stored_us) / 1000.0, (stop.halt_us - stored_us) / 1000.0,
               stop.taken_us / 1000.0, stop.reading_age_us / 1000.0);
     }
     worst = std::max(worst, error);
@@ -295,6 +312,7 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
   state.counters["worst_error_deg"] = worst;
   state.counters["mean_ms"] = count > 0 ? total_ms / count : 0;
   state.counters["load_1min_before"] = load_before;
+  state.counters["stop_write_over_1ms"] = static_cast<double>(store_untimed);
   stop_to_halt.Report(state, "stop_to_halt_ms");
   model_late.Report(state, "model_late_ms");
   reading_age.Report(state, "reading_age_ms");
