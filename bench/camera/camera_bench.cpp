@@ -60,6 +60,7 @@ long long WallUs() {
 // when the two are close.
 std::atomic<long long> g_stop_write_from_us{0};
 std::atomic<long long> g_stop_write_to_us{0};
+std::atomic<size_t> g_stop_writes{0};
 
 bool IsRotaryMotorNode(int fd) {
   char link[64], path[PATH_MAX] = {};
@@ -81,6 +82,7 @@ extern "C" __attribute__((visibility("default"))) ssize_t write(int fd, const vo
   const long long from = stop ? WallUs() : 0;
   ssize_t ret = real(fd, buf, n);
   if (stop && ret == 1) {
+    ++g_stop_writes;
     g_stop_write_to_us = WallUs();
     g_stop_write_from_us = from;
   }
@@ -259,13 +261,13 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
     int ms = rotate_to_appointted_angles(2, 8000, target, precision);
     const long long stored_us = g_stop_write_from_us;
     const bool store_timed = stored_us > 0 && g_stop_write_to_us - stored_us < 1000;
-    // The model takes the stop in its own time: wait for its record of it.
+    // The model takes the stop in its own time: wait for its record of every stop stored.
     std::vector<std::string> lines;
     for (;;) {
       lines.clear();
       std::istringstream in(device.Read("/data/sim/rotary_stops"));
       for (std::string l; std::getline(in, l);) lines.push_back(l);
-      if (lines.size() > records) break;
+      if (lines.size() >= g_stop_writes && lines.size() > records) break;
       char events[4096];
       if (read(watch.get(), events, sizeof(events)) <= 0) break;
     }

@@ -85,25 +85,30 @@ Clock::time_point SteadyFromReal(const timespec& stamp) {
 
 }  // namespace
 
-Store ModelService::StoreOf(const std::string& node, Clock::time_point seen) const {
+bool ModelService::StoreOf(Watched* w, Clock::time_point seen, Store* store) const {
   // The write's own time stamp is to the nanosecond where the kernel stamps files finely (it
   // does for a file whose times were looked at since its last change, as the service does
   // here); where it is coarse it can fall a tick early. It cannot be before the last look that
   // found the queue empty, nor after the event was taken.
-  Store store{seen, seen};
-  unique_fd fd = OpenInDevice(node, O_PATH);
+  *store = Store{seen, seen};
+  unique_fd fd = OpenInDevice(w->node, O_PATH);
   struct stat st {};
-  if (fd.get() >= 0 && fstat(fd.get(), &st) == 0) {
-    store.at = std::clamp(SteadyFromReal(st.st_mtim), last_quiet_, seen);
+  if (fd.get() < 0 || fstat(fd.get(), &st) != 0) return true;
+  const struct stat& h = w->handed;
+  if (st.st_ino == h.st_ino && st.st_dev == h.st_dev && st.st_size == h.st_size &&
+      st.st_mtim.tv_sec == h.st_mtim.tv_sec && st.st_mtim.tv_nsec == h.st_mtim.tv_nsec) {
+    return false;
   }
-  return store;
+  w->handed = st;
+  store->at = std::clamp(SteadyFromReal(st.st_mtim), last_quiet_, seen);
+  return true;
 }
 
 void ModelService::OnEvents(Clock::time_point tick) {
   // A node holds its last command only: a burst of writes (a turn re-commanded in a tight loop
   // writes hundreds a second) is taken once, as the driver would see the last store. Taking each
   // event alone let the model fall behind the writer and publish stale readings.
-  std::vector<const Watched*> touched;
+  std::vector<Watched*> touched;
   alignas(inotify_event) char buf[4096];
   Clock::time_point drained = last_quiet_;
   for (;;) {
@@ -118,7 +123,7 @@ void ModelService::OnEvents(Clock::time_point tick) {
       auto* ev = reinterpret_cast<inotify_event*>(p);
       p += sizeof(inotify_event) + ev->len;
       if (ev->len == 0) continue;
-      for (const Watched& w : watched_) {
+      for (Watched& w : watched_) {
         if (w.wd == ev->wd && w.name == ev->name &&
             std::find(touched.begin(), touched.end(), &w) == touched.end()) {
           touched.push_back(&w);
@@ -127,8 +132,9 @@ void ModelService::OnEvents(Clock::time_point tick) {
     }
   }
   Clock::time_point seen = Clock::now();
-  for (const Watched* w : touched) {
-    Store store = StoreOf(w->node, seen);
+  for (Watched* w : touched) {
+    Store store;
+    if (!StoreOf(w, seen, &store)) continue;
     auto late = std::chrono::duration<double, std::milli>(store.seen - store.at).count();
     if (late > kLateMs) {
       __android_log_print(ANDROID_LOG_WARN, kTag,

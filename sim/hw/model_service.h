@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <optional>
+#include <sys/stat.h>
 #include <string>
 #include <vector>
 
@@ -28,11 +29,16 @@ class ModelService {
     std::string node;  // device path
     std::string name;  // file name inside the watched directory
     int wd;
+    // The node as its last command was handed over (file, size, time stamp): the events of one
+    // store (the truncation and the write) can come apart, and the second must not be taken
+    // for a store of its own.
+    struct stat handed {};
   };
   // Hands the commands waiting in the queue to their models; `tick` is the time the models are
   // about to be brought up to.
   void OnEvents(Clock::time_point tick);
-  Store StoreOf(const std::string& node, Clock::time_point seen) const;
+  // False when the node is still as its last command was handed over.
+  bool StoreOf(Watched* w, Clock::time_point seen, Store* store) const;
 
   int stop_fd_;
   int inotify_fd_ = -1;
