@@ -1,35 +1,93 @@
 // Closed-loop figures of the camera steps on a simulated rotary device:
 //
-//   BM_RotateToRandomAngle   rotate_to_appointted_angles to random targets; counters: how many
-//                            ended within the requested precision of the model's true angle,
-//                            the worst error, passes (re-measure and re-command rounds)
+//   BM_RotateToRandomAngle   rotate_to_appointted_angles to random targets, at a step period and
+//                            with or without a CPU hog on every core beside it; counters: how
+//                            many ended within the requested precision of the model's true
+//                            angle, the worst error, and per turn (median, 99th percentile,
+//                            worst): stop_to_halt (the library's stop write to the model's
+//                            halt), model_late (the store to the model taking it) and
+//                            reading_age (the newest measurement in the reading on the node at
+//                            the stop write). Misses go to stderr with the reading the library
+//                            stopped on.
 //   BM_PopBlockedTimeError   the blocked time the library measures against the model's true
 //                            travel (command to end stop), over pops and retracts
 //   BM_IdleDeviceCpu         CPU the device's services use while nothing moves, % of one core
 //
-// Each builds a fresh device in a temporary root with build/bin/orbafactory-sim.
+// Each builds a fresh device in a temporary root with build/bin/orbafactory-sim: put TMPDIR in
+// memory (/dev/shm), and say what else the machine ran (load_1min_before: its load average as
+// the turns began).
 
 #include <android/log.h>
 #include <benchmark/benchmark.h>
 
+#include <dlfcn.h>
 #include <ftw.h>
 #include <limits.h>
 #include <math.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/inotify.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <fstream>
 #include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include <android-base/unique_fd.h>
 #include <orbafactory/camera.h>
 #include <platform/host/device_root.h>
 #include <platform/spawn.h>
+
+namespace {
+
+long long WallUs() {
+  timeval tv{};
+  gettimeofday(&tv, nullptr);
+  return static_cast<long long>(tv.tv_sec) * 1000000 + tv.tv_usec;
+}
+
+// When the library last stored a stop ("0") to the rotary motor's node, in wall microseconds:
+// its writes go through write() below. The store is made between the two; a process the host
+// preempts on its way back from the call learns of it late, so the start is the time of the store
+// when the two are close.
+std::atomic<long long> g_stop_write_from_us{0};
+std::atomic<long long> g_stop_write_to_us{0};
+std::atomic<size_t> g_stop_writes{0};
+
+bool IsRotaryMotorNode(int fd) {
+  char link[64], path[PATH_MAX] = {};
+  snprintf(link, sizeof(link), "/proc/self/fd/%d", fd);
+  ssize_t n = readlink(link, path, sizeof(path) - 1);
+  static const char kNode[] = "/sys/class/timed_output/motor5/enable";
+  return n >= static_cast<ssize_t>(sizeof(kNode) - 1) &&
+         strcmp(path + n - (sizeof(kNode) - 1), kNode) == 0;
+}
+
+}  // namespace
+
+// The library's write of a stop, timed as it returns: the store is done by then.
+extern "C" __attribute__((visibility("default"))) ssize_t write(int fd, const void* buf,
+                                                              size_t n) {
+  using WriteFn = ssize_t (*)(int, const void*, size_t);
+  static WriteFn real = reinterpret_cast<WriteFn>(dlsym(RTLD_NEXT, "write"));
+  const bool stop = n == 1 && static_cast<const char*>(buf)[0] == '0' && IsRotaryMotorNode(fd);
+  const long long from = stop ? WallUs() : 0;
+  ssize_t ret = real(fd, buf, n);
+  if (stop && ret == 1) {
+    ++g_stop_writes;
+    g_stop_write_to_us = WallUs();
+    g_stop_write_from_us = from;
+  }
+  return ret;
+}
 
 namespace {
 
@@ -77,6 +135,7 @@ class Device {
   void Write(const std::string& device_path, const std::string& text) const {
     std::ofstream(root_ + device_path) << text;
   }
+  std::string Host(const std::string& device_path) const { return root_ + device_path; }
   std::string Read(const std::string& device_path) const {
     std::ifstream in(root_ + device_path);
     std::stringstream ss;
@@ -99,42 +158,174 @@ double AngleDistance(double a, double b) {
   return d > 180 ? 360 - d : d;
 }
 
-// Argument: the motor's step period (50: the rotary profile's 170 degrees a second).
+// Spinning shells, one per core, for the life of the object: a machine loaded by others.
+class CpuHog {
+ public:
+  explicit CpuHog(bool on) {
+    long cores = on ? sysconf(_SC_NPROCESSORS_ONLN) : 0;
+    for (long i = 0; i < cores; ++i) {
+      pid_t pid = orba::platform::StartChild("/bin/sh", {"sh", "-c", "while :; do :; done"},
+                                             orba::platform::ChildOptions());
+      if (pid > 0) pids_.push_back(pid);
+    }
+  }
+  ~CpuHog() {
+    for (pid_t pid : pids_) {
+      kill(pid, SIGKILL);
+      orba::platform::WaitChild(pid);
+    }
+  }
+
+ private:
+  std::vector<pid_t> pids_;
+};
+
+// The angle the library last measured before it stopped ("current angles=%.2f, ..."): the
+// reading it stopped on.
+std::atomic<double> g_stopped_on{NAN};
+std::atomic<long long> g_stopped_on_us{0};  // when the library had it
+
+void KeepStoppedOn(const struct __android_logger_data*, const char* message) {
+  const char* at = strstr(message, "current angles=");
+  if (at != nullptr) {
+    g_stopped_on = atof(at + strlen("current angles="));
+    g_stopped_on_us = WallUs();
+  }
+}
+
+struct Distribution {
+  std::vector<double> values;
+  void Add(double v) { values.push_back(v); }
+  // Into counters NAME_p50, NAME_p99, NAME_max.
+  void Report(benchmark::State& state, const std::string& name) {
+    if (values.empty()) return;
+    std::sort(values.begin(), values.end());
+    auto at = [&](double q) {
+      size_t i = static_cast<size_t>(ceil(q * values.size()));
+      return values[std::min(values.size() - 1, i > 0 ? i - 1 : 0)];
+    };
+    state.counters[name + "_p50"] = at(0.5);
+    state.counters[name + "_p99"] = at(0.99);
+    state.counters[name + "_max"] = values.back();
+  }
+};
+
+// The rotary model's record of one stop (/data/sim/rotary_stops).
+struct StopRecord {
+  long long halt_us = 0;
+  long long taken_us = 0;
+  long long reading_age_us = 0;
+  double angle = NAN;  // where the module halted
+};
+
+double LoadAverage() {
+  std::ifstream in("/proc/loadavg");
+  double load = -1;
+  in >> load;
+  return load;
+}
+
+// Arguments: the motor's step period (50: the rotary profile's 170 degrees a second), and 1 for
+// a CPU hog on every core beside the turns.
 void BM_RotateToRandomAngle(benchmark::State& state) {
   Device device("rotary");  // stop at 300 degrees
   if (!device.ok() || StoreCali("set_unreached_angle 300") != 1) {
     state.SkipWithError("no simulated device");
     return;
   }
-  device.Write("/sys/class/timed_output/motor5/period", std::to_string(state.range(0)));
+  const long period = state.range(0);
+  device.Write("/sys/class/timed_output/motor5/period", std::to_string(period));
+  android::base::unique_fd watch(inotify_init1(IN_CLOEXEC));
+  inotify_add_watch(watch.get(), device.Host("/data/sim").c_str(), IN_MODIFY);
+  __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
+  __android_log_set_logger(KeepStoppedOn);
+  const double load_before = LoadAverage();
+  CpuHog hog(state.range(1) != 0);
+
   const double precision = 0.3;  // the rotary profile's anglePrecision
+  const double deg_per_ms = 1.8e7 / (static_cast<double>(period) * 2112) / 1000;
   std::mt19937 rng(20261123);
   // Targets off the stop, and off 0/360, where a plain mean of readings on both sides of the
   // wrap is meaningless (as the library has always computed it).
   std::uniform_real_distribution<double> pick(3.0, 357.0);
   long within = 0, count = 0;
   double worst = 0, total_ms = 0;
+  Distribution stop_to_halt, model_late, reading_age;
+  size_t records = 0;
+  const size_t stops_before = g_stop_writes;  // of earlier cases, on other devices
+  long store_untimed = 0;  // turns whose stop write took over 1 ms: its store is not known
   for (auto _ : state) {
     double target;
     do target = pick(rng); while (AngleDistance(target, 300) < 3);
+    g_stopped_on = NAN;
+    g_stop_write_from_us = 0;
     int ms = rotate_to_appointted_angles(2, 8000, target, precision);
-    double truth = atof(device.Read("/data/sim/rotary_angle").c_str());
+    const long long stored_us = g_stop_write_from_us;
+    const bool store_timed = stored_us > 0 && g_stop_write_to_us - stored_us < 1000;
+    // The model takes the stop in its own time: wait for its record of every stop stored.
+    std::vector<std::string> lines;
+    for (;;) {
+      lines.clear();
+      std::istringstream in(device.Read("/data/sim/rotary_stops"));
+      for (std::string l; std::getline(in, l);) lines.push_back(l);
+      if (lines.size() >= g_stop_writes - stops_before && lines.size() > records) break;
+      char events[4096];
+      if (read(watch.get(), events, sizeof(events)) <= 0) break;
+    }
+    StopRecord stop;
+    bool recorded = lines.size() > records &&
+                    sscanf(lines.back().c_str(),
+                           "%lld %*s taken_us %lld reading_age_us %lld angle %lf", &stop.halt_us,
+                           &stop.taken_us, &stop.reading_age_us, &stop.angle) == 4;
+    records = lines.size();
+    // Where the module halted: the truth file is brought up to it only at the model's next
+    // measurement.
+    double truth = recorded ? stop.angle : atof(device.Read("/data/sim/rotary_angle").c_str());
     double error = AngleDistance(truth, target);
+    if (recorded && store_timed) {
+      stop_to_halt.Add((stop.halt_us - stored_us) / 1000.0);
+    } else {
+      ++store_untimed;
+    }
+    if (recorded) {
+      model_late.Add(stop.taken_us / 1000.0);
+      reading_age.Add(stop.reading_age_us / 1000.0);
+    }
     ++count;
-    within += ms >= 0 && error <= precision ? 1 : 0;
+    bool ok = ms >= 0 && error <= precision;
+    within += ok ? 1 : 0;
+    if (!ok) {
+      fprintf(stderr,
+              "miss: period %ld target %.2f stopped on %.2f (off %.2f) halted at %.3f (off "
+              "%.2f = %.1f ms of travel); library read to stop write %.2f ms, stop write "
+              "took %.2f ms, stop to halt %.2f ms, model late %.2f ms, reading age %.2f ms\n",
+              period, target, g_stopped_on.load(), g_stopped_on.load() - target, truth,
+              error, error / deg_per_ms, (stored_us - g_stopped_on_us) / 1000.0,
+              (g_stop_write_to_us - stored_us) / 1000.0, (stop.halt_us - stored_us) / 1000.0,
+              stop.taken_us / 1000.0, stop.reading_age_us / 1000.0);
+    }
     worst = std::max(worst, error);
     total_ms += ms;
     state.SetIterationTime(ms / 1000.0);
   }
+  __android_log_set_logger(__android_log_stderr_logger);
+  __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
   state.counters["within_precision"] = static_cast<double>(within);
   state.counters["targets"] = static_cast<double>(count);
   state.counters["worst_error_deg"] = worst;
   state.counters["mean_ms"] = count > 0 ? total_ms / count : 0;
-  state.counters["degrees_per_s"] = 1.8e7 / (static_cast<double>(state.range(0)) * 2112);
+  state.counters["load_1min_before"] = load_before;
+  state.counters["stop_write_over_1ms"] = static_cast<double>(store_untimed);
+  stop_to_halt.Report(state, "stop_to_halt_ms");
+  model_late.Report(state, "model_late_ms");
+  reading_age.Report(state, "reading_age_ms");
 }
 BENCHMARK(BM_RotateToRandomAngle)
-    ->Arg(50)
-    ->Arg(100)
+    ->ArgNames({"period", "hog"})
+    ->Args({50, 0})
+    ->Args({100, 0})
+    ->Args({50, 1})
+    ->Args({100, 1})
     ->Iterations(100)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);

@@ -14,6 +14,7 @@
 
 #include <atomic>
 #include <deque>
+#include <utility>
 #include <vector>
 
 #include <platform/host/device_root.h>
@@ -260,7 +261,8 @@ unique_fd CreateTempFile(int dir_fd, std::string_view stem, mode_t mode, std::st
   return unique_fd();
 }
 
-bool ReplaceDeviceFile(std::string_view device_path, std::string_view content, mode_t mode) {
+bool ReplaceDeviceFile(std::string_view device_path, std::string_view content, mode_t mode,
+                       InstalledFile* installed) {
   unique_fd root = OpenDeviceRoot();
   if (root.get() < 0) return false;
   size_t slash = device_path.rfind('/');
@@ -275,14 +277,15 @@ bool ReplaceDeviceFile(std::string_view device_path, std::string_view content, m
   std::string tmp;
   unique_fd fd = CreateTempFile(dir.get(), leaf, mode, &tmp);
   if (fd.get() < 0) return false;
-  bool ok = WriteAll(fd.get(), content.data(), content.size()) && fchmod(fd.get(), mode) == 0;
-  fd.reset();
+  bool ok = WriteAll(fd.get(), content.data(), content.size()) && fchmod(fd.get(), mode) == 0 &&
+            (installed == nullptr || fstat(fd.get(), &installed->written) == 0);
   if (!ok || renameat(dir.get(), tmp.c_str(), dir.get(), leaf.c_str()) != 0) {
     int err = errno;
     unlinkat(dir.get(), tmp.c_str(), 0);
     errno = err;
     return false;
   }
+  if (installed != nullptr) installed->fd = std::move(fd);
   return true;
 }
 

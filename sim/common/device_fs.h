@@ -11,6 +11,7 @@
 // seccomp filters that do not know the call) an equivalent walk opens one component at a time
 // with O_NOFOLLOW and follows each link itself.
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <string>
@@ -54,7 +55,15 @@ unique_fd CreateTempFile(int dir_fd, std::string_view stem, mode_t mode, std::st
 // files replaced so are the hardware models' stand-ins for kernel attributes, which no reboot
 // keeps, published every half millisecond while a motor turns; a sync each time stalled them
 // for milliseconds on a busy disk.
-bool ReplaceDeviceFile(std::string_view device_path, std::string_view content, mode_t mode);
+// `installed`, when given, receives the new file, still open, with its state as written, taken
+// before the rename shows it to anyone: for a writer that must later tell its own file from a
+// store into it or a file another writer put in its place.
+struct InstalledFile {
+  unique_fd fd;
+  struct stat written {};
+};
+bool ReplaceDeviceFile(std::string_view device_path, std::string_view content, mode_t mode,
+                       InstalledFile* installed = nullptr);
 
 bool WriteAll(int fd, const char* data, size_t size);
 // The whole content of an open file, refusing more than `limit` bytes (EFBIG).

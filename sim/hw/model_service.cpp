@@ -4,7 +4,10 @@
 #include <poll.h>
 #include <signal.h>
 #include <string.h>
+#include <fcntl.h>
 #include <sys/inotify.h>
+#include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,12 +15,16 @@
 #include <android/log.h>
 #include <platform/devpath.h>
 
+#include "device_fs.h"
 #include "node_io.h"
 
 namespace orba::sim::hw {
 namespace {
 
 constexpr char kTag[] = "orba-hw-models";
+// A store taken later than this after it was made is logged: the module was meant to act on it
+// within this.
+constexpr double kLateMs = 1.0;
 
 std::string Parent(const std::string& path) { return path.substr(0, path.rfind('/')); }
 std::string Base(const std::string& path) { return path.substr(path.rfind('/') + 1); }
@@ -56,6 +63,7 @@ bool ModelService::Start(const std::string& ready_file, std::string* error) {
       __android_log_print(ANDROID_LOG_INFO, kTag, "%s model fitted", model->Name());
     }
     wake_.assign(models_.size(), std::nullopt);
+    last_quiet_ = Clock::now();  // the watches are in place: any store from here is seen
   } else {
     __android_log_print(ANDROID_LOG_INFO, kTag, "sim.hw.enable is 0: leaving every node alone");
   }
@@ -63,20 +71,59 @@ bool ModelService::Start(const std::string& ready_file, std::string* error) {
   return true;
 }
 
-void ModelService::OnEvents() {
+namespace {
+
+// A clock-time stamp of the kernel (a node's mtime) on the models' steady clock.
+Clock::time_point SteadyFromReal(const timespec& stamp) {
+  timespec real{};
+  clock_gettime(CLOCK_REALTIME, &real);
+  Clock::time_point now = Clock::now();
+  auto ago = std::chrono::seconds(real.tv_sec - stamp.tv_sec) +
+             std::chrono::nanoseconds(real.tv_nsec - stamp.tv_nsec);
+  return now - std::chrono::duration_cast<Clock::duration>(ago);
+}
+
+}  // namespace
+
+bool ModelService::StoreOf(Watched* w, Clock::time_point seen, Store* store) const {
+  // The write's own time stamp is to the nanosecond where the kernel stamps files finely (it
+  // does for a file whose times were looked at since its last change, as the service does
+  // here); where it is coarse it can fall a tick early. It cannot be before the last look that
+  // found the queue empty, nor after the event was taken.
+  *store = Store{seen, seen};
+  unique_fd fd = OpenInDevice(w->node, O_PATH);
+  struct stat st {};
+  if (fd.get() < 0 || fstat(fd.get(), &st) != 0) return true;
+  const struct stat& h = w->handed;
+  if (st.st_ino == h.st_ino && st.st_dev == h.st_dev && st.st_size == h.st_size &&
+      st.st_mtim.tv_sec == h.st_mtim.tv_sec && st.st_mtim.tv_nsec == h.st_mtim.tv_nsec) {
+    return false;
+  }
+  w->handed = st;
+  store->at = std::clamp(SteadyFromReal(st.st_mtim), last_quiet_, seen);
+  return true;
+}
+
+void ModelService::OnEvents(Clock::time_point tick) {
   // A node holds its last command only: a burst of writes (a turn re-commanded in a tight loop
   // writes hundreds a second) is taken once, as the driver would see the last store. Taking each
   // event alone let the model fall behind the writer and publish stale readings.
-  std::vector<const Watched*> touched;
+  std::vector<Watched*> touched;
   alignas(inotify_event) char buf[4096];
+  Clock::time_point drained = last_quiet_;
   for (;;) {
+    // A write not in the queue when it reads empty is made after this look.
+    Clock::time_point look = Clock::now();
     ssize_t n = read(inotify_fd_, buf, sizeof(buf));
-    if (n <= 0) break;  // EAGAIN: drained
+    if (n <= 0) {  // EAGAIN: drained
+      drained = look;
+      break;
+    }
     for (char* p = buf; p < buf + n;) {
       auto* ev = reinterpret_cast<inotify_event*>(p);
       p += sizeof(inotify_event) + ev->len;
       if (ev->len == 0) continue;
-      for (const Watched& w : watched_) {
+      for (Watched& w : watched_) {
         if (w.wd == ev->wd && w.name == ev->name &&
             std::find(touched.begin(), touched.end(), &w) == touched.end()) {
           touched.push_back(&w);
@@ -84,13 +131,23 @@ void ModelService::OnEvents() {
       }
     }
   }
-  Clock::time_point now = Clock::now();
-  for (const Watched* w : touched) {
-    w->model->OnCommand(w->node, now);
+  Clock::time_point seen = Clock::now();
+  for (Watched* w : touched) {
+    Store store;
+    if (!StoreOf(w, seen, &store)) continue;
+    auto late = std::chrono::duration<double, std::milli>(store.seen - store.at).count();
+    if (late > kLateMs) {
+      __android_log_print(ANDROID_LOG_WARN, kTag,
+                          "%s: took the store to %s %.2f ms after it was made: the host did not "
+                          "run the models; acting on it as of its store",
+                          w->model->Name(), w->node.c_str(), late);
+    }
+    w->model->OnCommand(w->node, store);
     for (size_t i = 0; i < models_.size(); ++i) {
-      if (models_[i].get() == w->model) wake_[i] = now;
+      if (models_[i].get() == w->model) wake_[i] = tick;
     }
   }
+  last_quiet_ = drained;
 }
 
 void ModelService::Run() {
@@ -110,8 +167,10 @@ void ModelService::Run() {
     int rc = ppoll(fds, inotify_fd_ >= 0 ? 2 : 1, next ? &timeout : nullptr, nullptr);
     if (rc < 0 && errno != EINTR) return;
     if (fds[0].revents != 0) return;
-    if (inotify_fd_ >= 0 && (fds[1].revents & POLLIN) != 0) OnEvents();
+    // The time to bring the models up to is taken before the queue is read, so every store made
+    // before it is handed over first: no model runs on past a command it has not been given.
     Clock::time_point now = Clock::now();
+    if (inotify_fd_ >= 0) OnEvents(now);
     for (size_t i = 0; i < models_.size(); ++i) {
       if (wake_[i] && *wake_[i] <= now) wake_[i] = models_[i]->Tick(now);
     }

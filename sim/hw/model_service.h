@@ -2,6 +2,8 @@
 #define ORBA_SIM_HW_MODEL_SERVICE_H
 
 #include <memory>
+#include <optional>
+#include <sys/stat.h>
 #include <string>
 #include <vector>
 
@@ -27,8 +29,16 @@ class ModelService {
     std::string node;  // device path
     std::string name;  // file name inside the watched directory
     int wd;
+    // The node as its last command was handed over (file, size, time stamp): the events of one
+    // store (the truncation and the write) can come apart, and the second must not be taken
+    // for a store of its own.
+    struct stat handed {};
   };
-  void OnEvents();
+  // Hands the commands waiting in the queue to their models; `tick` is the time the models are
+  // about to be brought up to.
+  void OnEvents(Clock::time_point tick);
+  // False when the node is still as its last command was handed over.
+  bool StoreOf(Watched* w, Clock::time_point seen, Store* store) const;
 
   int stop_fd_;
   int inotify_fd_ = -1;
@@ -36,6 +46,8 @@ class ModelService {
   std::vector<std::unique_ptr<HardwareModel>> models_;
   std::vector<std::optional<Clock::time_point>> wake_;
   std::vector<Watched> watched_;
+  // The last look that found the queue empty: every store not yet taken was made after it.
+  Clock::time_point last_quiet_{};
 };
 
 }  // namespace orba::sim::hw

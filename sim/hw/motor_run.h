@@ -40,6 +40,9 @@ class MotorRun {
   // time that span began; the run ends once its time is out.
   double Elapse(Clock::time_point now, Clock::time_point* from) {
     *from = last_;
+    // A command acts as of its store, which can be after the time a tick then brings the model
+    // up to: the run does not go back.
+    if (now <= last_) return 0.0;
     Clock::time_point until = direction_ != 0 && until_ < now ? until_ : now;
     double ms = direction_ != 0 && until > last_
                     ? std::chrono::duration<double, std::milli>(until - last_).count()

@@ -24,8 +24,14 @@ std::string ReadNode(const std::string& device_path) {
   return text;
 }
 
-bool ReplaceNode(const std::string& device_path, const std::string& text) {
-  return ReplaceDeviceFile(device_path, text, 0644);
+bool ReplaceNode(const std::string& device_path, const std::string& text,
+                 InstalledFile* installed) {
+  return ReplaceDeviceFile(device_path, text, 0644, installed);
+}
+
+bool PublishReading(const std::string& device_path, const std::string& text,
+                    InstalledFile* installed) {
+  return ReplaceNode(device_path, text + "\n", installed);
 }
 
 void AppendRecord(const std::string& device_path, const std::string& line) {
@@ -58,6 +64,12 @@ long long WallMs() {
   timeval tv{};
   gettimeofday(&tv, nullptr);
   return static_cast<long long>(tv.tv_sec) * 1000 + tv.tv_usec / 1000;
+}
+
+long long WallUs() {
+  timeval tv{};
+  gettimeofday(&tv, nullptr);
+  return static_cast<long long>(tv.tv_sec) * 1000000 + tv.tv_usec;
 }
 
 }  // namespace orba::sim::hw

@@ -5,13 +5,23 @@
 
 #include <string>
 
+#include "device_fs.h"
+
 namespace orba::sim::hw {
 
 // The whole text of a node; empty when it cannot be read.
 std::string ReadNode(const std::string& device_path);
 // Replaces a node whole: a temporary file beside it, renamed over it, so a reader sees the old
 // reading or the new one and never half of either. Makes the directory when missing.
-bool ReplaceNode(const std::string& device_path, const std::string& text);
+// `installed`: see ReplaceDeviceFile.
+bool ReplaceNode(const std::string& device_path, const std::string& text,
+                 InstalledFile* installed = nullptr);
+// Replaces a sensor node with a reading as a sysfs attribute prints it: the text and its line
+// end. Readers take the line end for the end of the reading (one that reads into a buffer it
+// cleared once relies on it to end a shorter reading after a longer one), so a node without it
+// is not what a phone shows them.
+bool PublishReading(const std::string& device_path, const std::string& text,
+                    InstalledFile* installed = nullptr);
 // Appends one line to a record file under /data/sim.
 void AppendRecord(const std::string& device_path, const std::string& line);
 
@@ -24,6 +34,7 @@ bool CameraMotorTypeIs(const char* type);
 
 // Milliseconds since the epoch, the clock the library's own time stamps use.
 long long WallMs();
+long long WallUs();
 
 }  // namespace orba::sim::hw
 

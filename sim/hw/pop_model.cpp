@@ -34,8 +34,9 @@ class PopModel : public HardwareModel {
     Publish();
   }
 
-  void OnCommand(const std::string& node, Clock::time_point now) override {
+  void OnCommand(const std::string& node, const Store& store) override {
     (void)node;
+    const Clock::time_point now = store.at;
     Advance(now);
     long value = 0;
     if (!run_.Command(ReadNode(kEnable), now, "motor", &value)) return;
@@ -87,11 +88,11 @@ class PopModel : public HardwareModel {
     std::uniform_int_distribution<int> noise(0, 1);
     auto text = [&](int v) { return std::to_string(v + noise(rng_)); };
     std::string up = text(r.up), middle = text(r.middle), down = text(r.down);
-    ReplaceNode("/sys/class/orba_hall/up_hall/data", up);
-    ReplaceNode("/sys/class/orba_hall/up_hall/single_data", up);
-    ReplaceNode("/sys/class/orba_hall/middle_hall/single_data", middle);
-    ReplaceNode("/sys/class/orba_hall/down_hall/data", down);
-    ReplaceNode("/sys/class/orba_hall/down_hall/single_data", down);
+    PublishReading("/sys/class/orba_hall/up_hall/data", up);
+    PublishReading("/sys/class/orba_hall/up_hall/single_data", up);
+    PublishReading("/sys/class/orba_hall/middle_hall/single_data", middle);
+    PublishReading("/sys/class/orba_hall/down_hall/data", down);
+    PublishReading("/sys/class/orba_hall/down_hall/single_data", down);
     char truth[32];
     snprintf(truth, sizeof(truth), "%.3f\n", position_);
     ReplaceNode("/data/sim/pop_position", truth);

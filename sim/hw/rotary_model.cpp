@@ -15,6 +15,9 @@
 // sim.rotary.noise_deg, and reports the mean field of its last four, as the chip's averaging
 // does: a reading is steadier than one measurement and about a millisecond behind the module.
 // Once the module rests the window fills with resting measurements and the node stands still.
+// Commands act as of their store and measurements are taken at their own times, so a model the
+// host runs late neither turns the module on past a stop nor reports a module that is long gone;
+// each stop is recorded in /data/sim/rotary_stops with the delays it met.
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -46,12 +49,15 @@ class RotaryModel : public HardwareModel {
     stop_angle_ = Knob("sim.rotary.stop_angle");
     travel_ = TravelFromAngle(Knob("sim.rotary.angle"), stop_angle_);
     run_.Start(now);
-    for (int i = 0; i < kWindow; ++i) Measure();
+    next_sample_ = now - kWindow * kSamplePeriod;
+    MeasureUntil(now);
     Publish();
   }
 
-  void OnCommand(const std::string& node, Clock::time_point now) override {
-    Advance(now);
+  void OnCommand(const std::string& node, const Store& store) override {
+    // The chip measured the module as it moved under the old command up to the store.
+    const Clock::time_point at = store.at;
+    MeasureUntil(at);
     std::string text = ReadNode(node);
     if (node == kPeriod) {
       // The period is a setting, not a run: it is logged and changes the speed of the next move.
@@ -61,21 +67,20 @@ class RotaryModel : public HardwareModel {
     } else {
       // A positive turn (reverse bit set) lowers the measured angle: it winds the module back
       // towards the stop from above.
+      const bool moving = run_.direction() != 0;
       long value = 0;
-      if (!run_.Command(text, now, "motor5", &value)) return;
+      if (!run_.Command(text, at, "motor5", &value)) return;
+      if (value <= 0) RecordStop(store, moving);
     }
     speed_ = DegreesPerMs(strtol(ReadNode(kPeriod).c_str(), nullptr, 10)) *
              Knob("sim.rotary.speed_factor");
   }
 
   std::optional<Clock::time_point> Tick(Clock::time_point now) override {
-    Advance(now);
-    if (now >= next_sample_) {
-      Measure();
-      Publish();
-      next_sample_ = now + kSamplePeriod;
-      resting_samples_ = run_.direction() == 0 ? resting_samples_ + 1 : 0;
-    }
+    // Measurements taken up to a command are published too: a writer re-commanding in a tight
+    // loop brings a command before every measurement, and the node stood still meanwhile.
+    MeasureUntil(now);
+    if (newest_ != published_newest_) Publish();
     if (run_.direction() == 0 && resting_samples_ >= kWindow) return std::nullopt;
     return run_.direction() != 0 ? std::min(next_sample_, run_.until()) : next_sample_;
   }
@@ -86,6 +91,28 @@ class RotaryModel : public HardwareModel {
     Clock::time_point from;
     double ms = run_.Elapse(now, &from);
     if (ms > 0) travel_ = ClampTravel(travel_ + direction * speed_ * ms);
+  }
+
+  // Takes every measurement the chip made up to `t`, each where the module was at its own time,
+  // then moves the module on to `t`. A model the host kept from running catches up here: its
+  // next reading is the chip's reading now, not a mean with measurements from before the wait.
+  // Only the last window's worth matters; older ones are skipped.
+  void MeasureUntil(Clock::time_point t) {
+    if (next_sample_ > t) {
+      Advance(t);
+      return;
+    }
+    const auto window = kWindow * kSamplePeriod;
+    if (t - next_sample_ >= window) {
+      next_sample_ += (t - next_sample_) / kSamplePeriod * kSamplePeriod - (window - kSamplePeriod);
+    }
+    for (; next_sample_ <= t; next_sample_ += kSamplePeriod) {
+      Advance(next_sample_);
+      Measure();
+      newest_ = next_sample_;
+      resting_samples_ = run_.direction() == 0 ? resting_samples_ + 1 : 0;
+    }
+    Advance(t);
   }
 
   // One measurement of the field's direction into the averaging window.
@@ -110,17 +137,36 @@ class RotaryModel : public HardwareModel {
     char text[96];
     snprintf(text, sizeof(text), "%ld %ld %d", std::lround(field * x), std::lround(field * y),
              z_noise(rng_));
-    ReplaceNode(kField, text);
+    PublishReading(kField, text);
+    published_newest_ = newest_;
     char truth[32];
     snprintf(truth, sizeof(truth), "%.3f\n", AngleFromTravel(travel_, stop_angle_));
     ReplaceNode("/data/sim/rotary_angle", truth);
+  }
+
+  // For judging a closed loop against this model: per stop, when the module halted (wall
+  // microseconds), how long after the store the model took it, and how old the newest
+  // measurement in the reading on the node at the store was.
+  void RecordStop(const Store& store, bool moving) {
+    using std::chrono::duration_cast;
+    using std::chrono::microseconds;
+    long long halt_us =
+        WallUs() - duration_cast<microseconds>(Clock::now() - store.at).count();
+    AppendRecord("/data/sim/rotary_stops",
+                 std::to_string(halt_us) + " " + (moving ? "moving" : "resting") + " taken_us " +
+                     std::to_string(duration_cast<microseconds>(store.seen - store.at).count()) +
+                     " reading_age_us " +
+                     std::to_string(duration_cast<microseconds>(store.at - published_newest_).count()) +
+                     " angle " + std::to_string(AngleFromTravel(travel_, stop_angle_)));
   }
 
   double stop_angle_ = 0;
   double travel_ = 0;  // degrees turned up from the stop, 0..360
   double speed_ = 0;   // degrees per ms
   MotorRun run_;       // direction +1: angle rising, -1: falling
-  Clock::time_point next_sample_{};
+  Clock::time_point next_sample_{};       // the chip's next measurement
+  Clock::time_point newest_{};            // its last one
+  Clock::time_point published_newest_{};  // the last one in the reading on the node
   std::array<std::array<double, 2>, kWindow> window_{};  // unit field vectors
   int next_slot_ = 0;
   int resting_samples_ = 0;  // measurements since the module came to rest

@@ -2,15 +2,20 @@
 // sim.touch.delay_ms (default 1000) the node reads the controller's verdict, sim.touch.result
 // (default a passing result). Each test number is recorded in /data/sim/touch_tests.
 //
-// The node is both the command and the answer, so the model's own replacement of it shows up
-// as a write too: only a test number (digits) starts a test.
+// The node is both the command and the answer. On a phone the driver's answer is no store, but
+// here the model's replacement of the node raises the same event a writer's does, and a verdict
+// of digits alone would read as a new test number. So the model keeps the file it answered with
+// and takes an event for a command only when the node is no longer that file as it wrote it.
 
 #include <ctype.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 #include <string>
 
 #include <cutils/properties.h>
 
+#include "device_fs.h"
 #include "knob_table.h"
 #include "node_io.h"
 #include "touch_model.h"
@@ -32,6 +37,14 @@ std::string Trimmed(std::string text) {
   return text;
 }
 
+// Same file, content untouched since. Open, the answer's file keeps its inode number from being
+// given to a file another writer puts in its place; a writer that writes into it in place
+// changes its time stamp (and mostly its size).
+bool SameFileUnchanged(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
+         a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
 class TouchModel : public HardwareModel {
  public:
   const char* Name() const override { return "touch"; }
@@ -39,12 +52,13 @@ class TouchModel : public HardwareModel {
 
   void Start(Clock::time_point) override {}
 
-  void OnCommand(const std::string&, Clock::time_point now) override {
+  void OnCommand(const std::string&, const Store& store) override {
+    if (NodeIsOwnAnswer()) return;
     std::string value = Trimmed(ReadNode(kTouchTestNode));
     if (!IsTestNumber(value)) return;
     AppendRecord("/data/sim/touch_tests", std::to_string(WallMs()) + " " + value);
     double delay = Knob("sim.touch.delay_ms");
-    due_ = now + std::chrono::milliseconds(static_cast<long long>(delay < 0 ? 0 : delay));
+    due_ = store.at + std::chrono::milliseconds(static_cast<long long>(delay < 0 ? 0 : delay));
   }
 
   std::optional<Clock::time_point> Tick(Clock::time_point now) override {
@@ -52,13 +66,23 @@ class TouchModel : public HardwareModel {
     if (now < *due_) return due_;
     char result[PROPERTY_VALUE_MAX] = {};
     property_get("sim.touch.result", result, KnobDefault("sim.touch.result"));
-    ReplaceNode(kTouchTestNode, result);
+    answer_ = InstalledFile();
+    PublishReading(kTouchTestNode, result, &answer_);
     due_.reset();
     return std::nullopt;
   }
 
  private:
+  bool NodeIsOwnAnswer() const {
+    if (answer_.fd.get() < 0) return false;
+    unique_fd node = OpenInDevice(kTouchTestNode, O_PATH);
+    struct stat now {};
+    return node.get() >= 0 && fstat(node.get(), &now) == 0 &&
+           SameFileUnchanged(now, answer_.written);
+  }
+
   std::optional<Clock::time_point> due_;
+  InstalledFile answer_;  // the last answer, while it may still be the node
 };
 
 }  // namespace

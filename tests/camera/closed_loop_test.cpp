@@ -7,8 +7,13 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 #include <string>
+#include <thread>
+
+#include <android-base/unique_fd.h>
 
 #include <orbafactory/camera.h>
 
@@ -58,6 +63,45 @@ TEST_F(CameraDeviceTest, RotaryModulePopsOnItsSingleDataHalls) {
   EXPECT_GE(t, 600);
   EXPECT_LE(t, 1100);
   EXPECT_DOUBLE_EQ(Truth(kPopTruth), 1.0);
+}
+
+// The single-hall loop reads into one buffer it clears once, so only the node's line end ends a
+// shorter reading after a longer one. The down hall reads four digits in (1000) and three out
+// (120): the pop starts once the loop has read the module in, and the readings it settles on
+// must be the hall's own at the out stop, not three digits with a stale fourth.
+TEST_F(CameraDeviceTest, SingleHallLoopReadsAShorterReadingAfterALongerOne) {
+  StartDevice("rotary");
+  const std::string hall = "/sys/class/orba_hall/down_hall/single_data";
+  ASSERT_EQ(atoi(ReadDeviceFile(hall).c_str()) / 1000, 1);  // in: four digits
+  android::base::unique_fd watch(inotify_init1(IN_CLOEXEC));
+  ASSERT_GE(watch.get(), 0);
+  std::string dir = HostPath(hall.substr(0, hall.rfind('/')));
+  ASSERT_GE(inotify_add_watch(watch.get(), dir.c_str(), IN_CLOSE_NOWRITE), 0);
+  std::thread starter([&] {
+    alignas(inotify_event) char buf[4096];
+    for (;;) {
+      ssize_t n = read(watch.get(), buf, sizeof(buf));
+      if (n <= 0) return;
+      for (char* p = buf; p < buf + n;) {
+        auto* ev = reinterpret_cast<inotify_event*>(p);
+        p += sizeof(inotify_event) + ev->len;
+        if (ev->len > 0 && strcmp(ev->name, "single_data") == 0) {
+          pop_camera(1500);  // the loop has read the module at rest
+          return;
+        }
+      }
+    }
+  });
+  int t = get_appointted_pop_hall_blocked_time(hall.c_str(), 30, 3000);
+  starter.join();
+  EXPECT_DOUBLE_EQ(Truth(kPopTruth), 1.0);
+  int settled = -1;
+  for (const LogLine& l : log_.Lines()) {
+    sscanf(l.text.c_str(), "motor is block success, state average: %d", &settled);
+  }
+  // Out, the down hall reads 120 and flickers by one count.
+  EXPECT_GE(settled, 120) << "blocked after " << t << " ms\n" << log_.Dump();
+  EXPECT_LE(settled, 121) << "blocked after " << t << " ms\n" << log_.Dump();
 }
 
 TEST_F(CameraDeviceTest, StuckModuleSettlesAtOnce) {
