@@ -76,6 +76,7 @@ int main(int argc, char** argv) {
     }
   }
   orba::cli::CaptureLibraryLog(verbose);
+  orba::cli::HandleInterrupts();
   if (i >= argc) {
     PrintUsage(stderr);
     return orba::cli::kUsage;
