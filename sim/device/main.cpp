@@ -18,6 +18,8 @@
 #include <platform/host/device_root.h>
 
 #include "device_layout.h"
+#include "device_state.h"
+#include "device_sweep.h"
 #include "device_tools.h"
 #include "process_table.h"
 #include "profile.h"
@@ -31,6 +33,7 @@ using namespace orba::sim;
 constexpr int kExitOk = 0;
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
+constexpr int kExitStopped = 3;
 
 const char kUsage[] =
     "usage: orbafactory-sim COMMAND [--root DIR] [ARGS]\n"
@@ -43,7 +46,8 @@ const char kUsage[] =
     "  init [--profile NAME]   lay out a fresh device in DIR (an empty or new directory) from\n"
     "                          sim/profiles/NAME.profile (default: default), or a profile path\n"
     "  start [NAME]            start every service and wait until each serves; or start one\n"
-    "  stop [NAME]             stop every service, or one\n"
+    "  stop [NAME]             stop every service and every process they left, or one; a\n"
+    "                          removed root's processes are found all the same\n"
     "  status                  the device's services and their pids\n"
     "  env                     export lines that put a shell on the device:\n"
     "                            eval \"$(orbafactory-sim env --root DIR)\"\n"
@@ -51,8 +55,10 @@ const char kUsage[] =
     "  getprop [NAME]          print a property, or all of them\n"
     "  ps                      the processes running on the device\n"
     "\n"
-    "--root DIR defaults to $ORBA_DEVICE_ROOT.\n"
-    "exit status: 0 done, 1 failed, 2 usage error\n";
+    "--root DIR defaults to $ORBA_DEVICE_ROOT. Start and stop on one root take turns.\n"
+    "--from-device: a start or stop the device itself asks for (its start and stop tools); a\n"
+    "device nobody started refuses it, so nothing starts behind the caller's back.\n"
+    "exit status: 0 done, 1 failed, 2 usage error, 3 the device is stopped\n";
 
 int Usage(const char* problem) {
   fprintf(stderr, "orbafactory-sim: %s\n(see orbafactory-sim --help)\n", problem);
@@ -86,18 +92,26 @@ int Init(const SimContext& ctx, const std::string& profile_name) {
   std::string error;
   if (!LoadProfile(ProfilePath(profile_name), &profile, &error)) return Fail(error);
   if (!InitDevice(ctx, profile, &error)) return Fail(error);
+  if (!WriteDeviceState(kStopped)) return Fail("cannot record the device's state");
   printf("initialised %s from profile %s\n", ctx.root.c_str(), profile_name.c_str());
   return kExitOk;
 }
 
-int Start(const SimContext& ctx, const std::vector<std::string>& names) {
+int Start(const SimContext& ctx, const std::vector<std::string>& names, bool from_device) {
   std::string error;
+  DeviceLock lock;
+  if (!lock.held()) return Fail("cannot lock the device's start and stop");
   if (names.empty()) {
     for (const ServiceSpec& s : DeviceServices()) {
       if (!StartService(ctx, s, true, &error)) return Fail(error);
       printf("%-24s running (pid %d)\n", s.name, ServicePid(ctx, s));
     }
+    if (!WriteDeviceState(kRunning)) return Fail("cannot record the device's state");
     return kExitOk;
+  }
+  if (from_device && ReadDeviceState() == kStopped) {
+    fprintf(stderr, "orbafactory-sim: %s\n", StoppedMessage(ctx).c_str());
+    return kExitStopped;
   }
   for (const std::string& name : names) {
     const ServiceSpec* s = FindService(name);
@@ -109,6 +123,10 @@ int Start(const SimContext& ctx, const std::vector<std::string>& names) {
 
 int Stop(const SimContext& ctx, const std::vector<std::string>& names) {
   std::string error;
+  DeviceLock lock;
+  if (!lock.held()) return Fail("cannot lock the device's start and stop");
+  // Marked first: a restart asked for while the services go down must not bring one back.
+  if (names.empty() && !WriteDeviceState(kStopped)) return Fail("cannot record the device's state");
   std::vector<const ServiceSpec*> targets;
   for (const std::string& name : names) {
     const ServiceSpec* s = FindService(name);
@@ -122,6 +140,7 @@ int Stop(const SimContext& ctx, const std::vector<std::string>& names) {
     if (!StopService(ctx, *s, &error)) return Fail(error);
     if (names.empty()) printf("%-24s stopped\n", s->name);
   }
+  if (names.empty() && !EndDeviceProcesses(ctx, &error)) return Fail(error);
   return kExitOk;
 }
 
@@ -192,9 +211,12 @@ int main(int argc, char** argv) {
   std::string root;
   std::string profile = "default";
   std::vector<std::string> args;
+  bool from_device = false;
   for (int i = 2; i < argc; ++i) {
     std::string a = argv[i];
-    if ((a == "--root" || a == "--profile") && i + 1 < argc) {
+    if (a == "--from-device") {
+      from_device = true;
+    } else if ((a == "--root" || a == "--profile") && i + 1 < argc) {
       (a == "--root" ? root : profile) = argv[++i];
     } else if (a.rfind("--root=", 0) == 0) {
       root = a.substr(7);
@@ -228,12 +250,19 @@ int main(int argc, char** argv) {
     if (!args.empty()) return Usage("init takes no arguments besides --root and --profile");
     return Init(ctx, profile);
   }
-  if (command == "env") return Env(ctx);
+  // A root removed while its device ran: only its processes are left to find.
+  if (command == "stop" && args.empty() && access(ctx.root.c_str(), F_OK) != 0) {  // host path
+    std::string error;
+    if (!EndDeviceProcesses(ctx, &error)) return Fail(error);
+    printf("no device root at %s; its processes stopped\n", ctx.root.c_str());
+    return kExitOk;
+  }
   if (!IsDevice()) {
     return Fail(ctx.root + " is not a simulated device (create one: orbafactory-sim init --root " +
                 ctx.root + ")");
   }
-  if (command == "start") return Start(ctx, args);
+  if (command == "env") return Env(ctx);
+  if (command == "start") return Start(ctx, args, from_device);
   if (command == "stop") return Stop(ctx, args);
   if (command == "status") return args.empty() ? Status(ctx) : Usage("status takes no arguments");
   if (command == "ps") {

@@ -204,8 +204,9 @@ int Exec(const Args& in) {
   const size_t at = text.rfind("\n" + marker + " ");
   if (at == std::string::npos) {
     fputs(text.c_str(), stdout);
-    return orba::cli::Error(kFailed, "exec: the command's output filled the service's answer "
-                            "(%zu bytes): its exit status is lost", kExecOutputMax);
+    return orba::cli::Error(kFailed, "exec: %s: no exit status came back (the device ended the "
+                            "command, or its output passed the service's %zu bytes)",
+                            args[0].c_str(), kExecOutputMax);
   }
   const int status = atoi(text.c_str() + at + 1 + marker.size() + 1);
   fwrite(text.data(), 1, at, stdout);
