@@ -4,8 +4,9 @@
 // Whether a simulated device as a whole is up, and the lock that makes starting and stopping it
 // one thing at a time.
 //
-// `init` leaves a device stopped, a full `start` marks it running once every service serves, and
-// a full `stop` marks it stopped before it stops anything. Tools and the library read the mark
+// `init` leaves a device stopped, a full `start` marks it running once every service serves (a
+// start of one service by name marks it running at once: its caller chose to run the device a
+// service at a time), and a full `stop` marks it stopped before it stops anything. Tools and the library read the mark
 // (kDeviceStateFile) so that nothing starts a service behind the caller's back on a device
 // nobody started: the device's own start/stop tools refuse there, and orbafactory reports it.
 

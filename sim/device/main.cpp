@@ -113,6 +113,8 @@ int Start(const SimContext& ctx, const std::vector<std::string>& names, bool fro
     fprintf(stderr, "orbafactory-sim: %s\n", StoppedMessage(ctx).c_str());
     return kExitStopped;
   }
+  // Whoever starts a service by name has chosen to run this device, one service at a time.
+  if (!from_device && !WriteDeviceState(kRunning)) return Fail("cannot record the device's state");
   for (const std::string& name : names) {
     const ServiceSpec* s = FindService(name);
     if (s == nullptr) return Fail("no service named " + name);
