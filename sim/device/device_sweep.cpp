@@ -38,8 +38,6 @@ pid_t SessionOf(pid_t pid) {
   return session;
 }
 
-bool Exists(pid_t pid) { return kill(pid, 0) == 0 || errno == EPERM; }
-
 }  // namespace
 
 std::vector<pid_t> DeviceProcesses(const SimContext& ctx) {
@@ -58,9 +56,11 @@ std::vector<pid_t> DeviceProcesses(const SimContext& ctx) {
     if (session <= 1 || session == own_session) continue;
     // A service leads its session; a child of one is in a session whose leader is a service
     // or, when the service died first, gone.
+    // A leader that is gone, or dead and not yet reaped by whoever adopted it, left its
+    // children behind.
     bool ours = session == pid ? RunsService(ctx, pid)
-                               : !Exists(session) || (RunsOnDevice(session, ctx.root) &&
-                                                      RunsService(ctx, session));
+                               : SessionOf(session) == 0 || (RunsOnDevice(session, ctx.root) &&
+                                                             RunsService(ctx, session));
     if (ours) found.push_back(pid);
   }
   return found;
