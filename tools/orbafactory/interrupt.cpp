@@ -77,7 +77,15 @@ void OnSignal(int sig) {
 
 void HandleInterrupts() {
   if (pipe2(g_pipe, O_CLOEXEC) != 0) return;  // without it the signals keep their defaults
+  // The watcher never takes the signals itself: a step that blocks them to wait for them
+  // (log start) must get them, not the watcher.
+  sigset_t both, old;
+  sigemptyset(&both);
+  sigaddset(&both, SIGINT);
+  sigaddset(&both, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &both, &old);
   std::thread(Watch).detach();
+  pthread_sigmask(SIG_SETMASK, &old, nullptr);
   struct sigaction sa = {};
   sa.sa_handler = OnSignal;
   sa.sa_flags = SA_RESTART;
