@@ -30,9 +30,7 @@ class PartFile {
     part_ = final_ + ".part-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
     fd_.reset(open(DevPath(part_.c_str()), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
   }
-  ~PartFile() {
-    if (fd_.get() >= 0 || !committed_) Discard();
-  }
+  ~PartFile() { Discard(); }
   PartFile(const PartFile&) = delete;
   PartFile& operator=(const PartFile&) = delete;
 
@@ -52,21 +50,21 @@ class PartFile {
       errno = err;
       return false;
     }
-    committed_ = true;
+    placed_ = true;
     return true;
   }
 
  private:
   void Discard() {
     fd_.reset();
-    if (!committed_) unlink(DevPath(part_.c_str()));
-    committed_ = true;
+    if (!placed_) unlink(DevPath(part_.c_str()));
+    placed_ = true;  // nothing left to remove
   }
 
   std::string final_;
   std::string part_;
   android::base::unique_fd fd_;
-  bool committed_ = false;
+  bool placed_ = false;
 };
 
 }  // namespace orba::platform
