@@ -78,6 +78,12 @@ int Test(const Args& args) {
   });
   int ret = touchpanel_sensor_test(static_cast<int>(seconds), test->value, static_cast<int>(rate));
   if (ret != 0) {
+    // The rate was switched before the driver refused the test, and no collecting thread runs
+    // to switch it back.
+    if (!before.empty() && CurrentRate() != before) {
+      const std::string request = "set_lcm_refreshrate " + before;
+      sendMessage(request.c_str());
+    }
     if (ret >= -1) return orba::cli::Fail("touch test %s: not started (%d)", test->value, ret);
     return orba::cli::Error(orba::cli::kFailed, "touch test %s: not started (%d): %s", test->value,
                             ret, strerror(-ret));
