@@ -13,6 +13,7 @@
 #include <android-base/unique_fd.h>
 #include <orbafactory/factorydata.h>
 #include <platform/devpath.h>
+#include <platform/part_file.h>
 #include <platform/log.h>
 
 #include "placed_file.h"
@@ -53,13 +54,16 @@ extern "C" ORBA_EXPORT int fbe_copy_file(const char* src, const char* dst) {
   }
   remove(DevPath(dst));
   // Created without any access bits; the placed-file permissions are applied afterwards.
-  unique_fd out(open(DevPath(dst), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0));
-  if (out.get() < 0) {
+  // Written beside the destination and renamed into place once every byte is in: a copy cut
+  // short leaves no partial file under the final name.
+  orba::platform::PartFile part(dst, 0);
+  const int out_fd = part.fd();
+  if (out_fd < 0) {
     ORBA_LOGD("open %s Error:%s", dst, strerror(errno));
     return -1;
   }
   // Reserving the whole size first keeps the file in few extents on flash storage.
-  if (ftruncate(out.get(), static_cast<off_t>(expected)) != 0 || lseek(out.get(), 0, SEEK_SET) != 0) {
+  if (ftruncate(out_fd, static_cast<off_t>(expected)) != 0 || lseek(out_fd, 0, SEEK_SET) != 0) {
     ORBA_LOGD("ftruncate %s Error:%s", dst, strerror(errno));
   }
   while (left > 0) {
@@ -69,7 +73,7 @@ extern "C" ORBA_EXPORT int fbe_copy_file(const char* src, const char* dst) {
       ORBA_LOGD("read %s Error:%s", src, got == 0 ? "end of file" : strerror(errno));
       break;
     }
-    ssize_t put = TEMP_FAILURE_RETRY(write(out.get(), buf.get(), static_cast<size_t>(got)));
+    ssize_t put = TEMP_FAILURE_RETRY(write(out_fd, buf.get(), static_cast<size_t>(got)));
     if (put != got) {
       ORBA_LOGD("write %s Error:%s (%d,%d)", dst, strerror(errno), static_cast<int>(got),
                 static_cast<int>(put));
@@ -77,7 +81,11 @@ extern "C" ORBA_EXPORT int fbe_copy_file(const char* src, const char* dst) {
     }
     left -= static_cast<unsigned long>(got);
   }
-  fdatasync(out.get());
+  fdatasync(out_fd);
+  if (left == 0 && !part.Commit()) {
+    ORBA_LOGD("rename %s Error:%s", dst, strerror(errno));
+    return -1;
+  }
   if (left != 0) {
     ORBA_LOGD("fsize %lu Error:%s", left, strerror(errno));
     return -1;

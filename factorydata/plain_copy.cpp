@@ -9,6 +9,7 @@
 #include <android-base/unique_fd.h>
 #include <orbafactory/factorydata.h>
 #include <platform/devpath.h>
+#include <platform/part_file.h>
 #include <platform/log.h>
 
 namespace {
@@ -50,8 +51,10 @@ extern "C" ORBA_EXPORT int copy_file(const char* src, const char* dst) {
     ORBA_LOGD("open %s Error:%s", dst, "same file as the source");
     return -1;
   }
-  unique_fd out(open(DevPath(dst), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0777));
-  if (out.get() < 0) {
+  // Written beside the destination and renamed over it once whole and given its mode, so a copy
+  // cut short leaves no partial file (nor a file without access bits) under the final name.
+  orba::platform::PartFile part(dst, 0777);
+  if (!part.ok()) {
     ORBA_LOGD("open %s Error:%s", dst, strerror(errno));
     return -1;
   }
@@ -60,15 +63,21 @@ extern "C" ORBA_EXPORT int copy_file(const char* src, const char* dst) {
   for (;;) {
     ssize_t n = TEMP_FAILURE_RETRY(read(in.get(), buf, sizeof(buf)));
     if (n <= 0) break;
-    if (!WriteAll(out.get(), buf, static_cast<size_t>(n), &written)) {
+    if (!WriteAll(part.fd(), buf, static_cast<size_t>(n), &written)) {
       ORBA_LOGD("write %s Error:%s", dst, strerror(errno));
       break;
     }
   }
   if (written < size) ORBA_LOGD("read %s Error:%s", src, strerror(errno));
   in.reset();
-  fsync(out.get());
-  out.reset();
-  if (chmod(DevPath(dst), 0775) != 0) ORBA_LOGD("chmod %s Error:%s", dst, strerror(errno));
-  return written >= size ? 0 : -1;
+  fsync(part.fd());
+  if (chmod(DevPath(part.part_path()), 0775) != 0) {
+    ORBA_LOGD("chmod %s Error:%s", dst, strerror(errno));
+  }
+  if (written < size) return -1;  // the partial copy goes with `part`
+  if (!part.Commit()) {
+    ORBA_LOGD("open %s Error:%s", dst, strerror(errno));
+    return -1;
+  }
+  return 0;
 }

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <orbafactory/minzip.h>
 #include <platform/devpath.h>
+#include <platform/part_file.h>
 #include <platform/log.h>
 #include <stdint.h>
 #include <stdlib.h>
@@ -149,23 +150,28 @@ bool mzExtractRecursive(const ZipArchive* archive, const char* zipDir, const cha
       ORBA_LOGE("Symlink entry \"%.*s\" will be output as a regular file.",
                 static_cast<int>(e->name_length), e->name);
     }
-    android::base::unique_fd fd;
+    // A member is written beside its name and renamed into place whole: an extraction cut
+    // short leaves no partial member under the name a reader trusts.
+    std::unique_ptr<orba::platform::PartFile> part;
     {
       orba::minzip::ScopedCreateLabel label(sehnd, target, S_IFREG | 0644);
-      fd.reset(open(DevPath(target), O_WRONLY | O_CREAT | O_TRUNC | O_SYNC | O_CLOEXEC, 0644));
+      part = std::make_unique<orba::platform::PartFile>(target, 0644);
     }
-    if (fd.get() < 0) {
+    if (!part->ok()) {
       ORBA_LOGE("Can't create target file \"%s\": %s\n", target, strerror(errno));
       return false;
     }
-    const bool written = mzExtractZipEntryToFile(archive, e, fd.get()) && fsync(fd.get()) == 0;
-    fd.reset();
+    const bool written = mzExtractZipEntryToFile(archive, e, part->fd()) && fsync(part->fd()) == 0;
     if (!written) {
       ORBA_LOGE("Error extracting \"%s\"\n", target);
       break;
     }
-    if (timestamp != nullptr && utime(DevPath(target), timestamp) != 0) {
+    if (timestamp != nullptr && utime(DevPath(part->part_path()), timestamp) != 0) {
       ORBA_LOGE("Error touching \"%s\"\n", target);
+      break;
+    }
+    if (!part->Commit()) {
+      ORBA_LOGE("Error extracting \"%s\"\n", target);
       break;
     }
     ORBA_LOGV("Extracted file \"%s\"\n", target);

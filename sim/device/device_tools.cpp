@@ -33,10 +33,10 @@ bool InstallDeviceTools(const SimContext& ctx, std::string* error) {
   const Script scripts[] = {
       {"/system/bin/start",
        "# Starts a service of this device, as init's start does.\n"
-       "exec " + self + " start --root " + root + " -- \"$@\"\n"},
+       "exec " + self + " start --from-device --root " + root + " -- \"$@\"\n"},
       {"/system/bin/stop",
        "# Stops a service of this device, as init's stop does.\n"
-       "exec " + self + " stop --root " + root + " -- \"$@\"\n"},
+       "exec " + self + " stop --from-device --root " + root + " -- \"$@\"\n"},
       {"/system/bin/ps",
        "# The processes running on this device, in toybox's columns.\n"
        "exec " + self + " ps --root " + root + " -- \"$@\"\n"},

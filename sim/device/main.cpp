@@ -23,6 +23,8 @@
 #include "device_listing.h"
 #include "device_logcat.h"
 #include "device_registry.h"
+#include "device_state.h"
+#include "device_sweep.h"
 #include "device_tools.h"
 #include "knob_table.h"
 #include "profile_catalog.h"
@@ -38,6 +40,7 @@ using namespace orba::sim;
 constexpr int kExitOk = 0;
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
+constexpr int kExitStopped = 3;
 
 const char kUsage[] =
     "usage: orbafactory-sim COMMAND [--root DIR] [ARGS]\n"
@@ -50,7 +53,8 @@ const char kUsage[] =
     "  init [--profile NAME]   lay out a fresh device in DIR (an empty or new directory) from\n"
     "                          sim/profiles/NAME.profile (default: default), or a profile path\n"
     "  start [NAME]            start every service and wait until each serves; or start one\n"
-    "  stop [NAME]             stop every service, or one\n"
+    "  stop [NAME]             stop every service and every process they left, or one; a\n"
+    "                          removed root's processes are found all the same\n"
     "  status                  the device's services and their pids\n"
     "  env                     export lines that put a shell on the device:\n"
     "                            eval \"$(orbafactory-sim env --root DIR)\"\n"
@@ -67,7 +71,10 @@ const char kUsage[] =
     "  --version               the version and the git commit this sim was built from\n"
     "\n"
     "--root DIR defaults to $ORBA_DEVICE_ROOT. After --, every argument is the command's own.\n"
-    "exit status: 0 done, 1 failed, 2 usage error\n";
+    "Start and stop on one root take turns.\n"
+    "--from-device: a start or stop the device itself asks for (its start and stop tools); a\n"
+    "device nobody started refuses it, so nothing starts behind the caller's back.\n"
+    "exit status: 0 done, 1 failed, 2 usage error, 3 the device is stopped\n";
 
 int Usage(const char* problem) {
   fprintf(stderr, "orbafactory-sim: %s\n(see orbafactory-sim --help)\n", problem);
@@ -108,6 +115,7 @@ int Init(const SimContext& ctx, const std::string& profile_name) {
   }
   // A device that cannot be listed is still a device: say so and carry on.
   if (!RegisterDevice(ctx.root, &error)) fprintf(stderr, "orbafactory-sim: %s\n", error.c_str());
+  if (!WriteDeviceState(kStopped)) return Fail("cannot record the device's state");
   printf("initialised %s from profile %s\n", ctx.root.c_str(), profile_name.c_str());
   return kExitOk;
 }
@@ -123,9 +131,11 @@ int RefuseFlags(const char* tool, const std::vector<std::string>& args, const ch
   return kExitOk;
 }
 
-int Start(const SimContext& ctx, const std::vector<std::string>& names) {
+int Start(const SimContext& ctx, const std::vector<std::string>& names, bool from_device) {
   if (int refused = RefuseFlags("start", names, "start [SERVICE...]")) return refused;
   std::string error;
+  DeviceLock lock;
+  if (!lock.held()) return Fail("cannot lock the device's start and stop");
   // Registered again at each start: a device whose entry was lost shows up in list again.
   RegisterDevice(ctx.root, &error);
   if (names.empty()) {
@@ -133,8 +143,15 @@ int Start(const SimContext& ctx, const std::vector<std::string>& names) {
       if (!StartService(ctx, s, true, &error)) return Fail(error);
       printf("%-24s running (pid %d)\n", s.name, ServicePid(ctx, s));
     }
+    if (!WriteDeviceState(kRunning)) return Fail("cannot record the device's state");
     return kExitOk;
   }
+  if (from_device && ReadDeviceState() == kStopped) {
+    fprintf(stderr, "orbafactory-sim: %s\n", StoppedMessage(ctx).c_str());
+    return kExitStopped;
+  }
+  // Whoever starts a service by name has chosen to run this device, one service at a time.
+  if (!from_device && !WriteDeviceState(kRunning)) return Fail("cannot record the device's state");
   for (const std::string& name : names) {
     const ServiceSpec* s = FindService(name);
     if (s == nullptr) return Fail("no service named " + name);
@@ -146,6 +163,10 @@ int Start(const SimContext& ctx, const std::vector<std::string>& names) {
 int Stop(const SimContext& ctx, const std::vector<std::string>& names) {
   if (int refused = RefuseFlags("stop", names, "stop [SERVICE...]")) return refused;
   std::string error;
+  DeviceLock lock;
+  if (!lock.held()) return Fail("cannot lock the device's start and stop");
+  // Marked first: a restart asked for while the services go down must not bring one back.
+  if (names.empty() && !WriteDeviceState(kStopped)) return Fail("cannot record the device's state");
   std::vector<const ServiceSpec*> targets;
   for (const std::string& name : names) {
     const ServiceSpec* s = FindService(name);
@@ -159,6 +180,7 @@ int Stop(const SimContext& ctx, const std::vector<std::string>& names) {
     if (!StopService(ctx, *s, &error)) return Fail(error);
     if (names.empty()) printf("%-24s stopped\n", s->name);
   }
+  if (names.empty() && !EndDeviceProcesses(ctx, &error)) return Fail(error);
   return kExitOk;
 }
 
@@ -269,9 +291,12 @@ int main(int argc, char** argv) {
   std::string root;
   std::string profile = "default";
   std::vector<std::string> args;
+  bool from_device = false;
   for (int i = 2; i < argc; ++i) {
     std::string a = argv[i];
-    if ((a == "--root" || a == "--profile") && i + 1 < argc) {
+    if (a == "--from-device") {
+      from_device = true;
+    } else if ((a == "--root" || a == "--profile") && i + 1 < argc) {
       (a == "--root" ? root : profile) = argv[++i];
     } else if (a.rfind("--root=", 0) == 0) {
       root = a.substr(7);
@@ -308,12 +333,19 @@ int main(int argc, char** argv) {
     if (!args.empty()) return Usage("init takes no arguments besides --root and --profile");
     return Init(ctx, profile);
   }
-  if (command == "env") return Env(ctx);
+  // A root removed while its device ran: only its processes are left to find.
+  if (command == "stop" && args.empty() && access(ctx.root.c_str(), F_OK) != 0) {  // host path
+    std::string error;
+    if (!EndDeviceProcesses(ctx, &error)) return Fail(error);
+    printf("no device root at %s; its processes stopped\n", ctx.root.c_str());
+    return kExitOk;
+  }
   if (!IsDevice()) {
     return Fail(ctx.root + " is not a simulated device (create one: orbafactory-sim init --root " +
                 ctx.root + ")");
   }
-  if (command == "start") return Start(ctx, args);
+  if (command == "env") return Env(ctx);
+  if (command == "start") return Start(ctx, args, from_device);
   if (command == "stop") return Stop(ctx, args);
   if (command == "status") return args.empty() ? Status(ctx) : Usage("status takes no arguments");
   if (command == "ps") return Ps(ctx, args);

@@ -104,4 +104,24 @@ TEST_F(CliTest, ZipRoundTripThroughInfoZip) {
   EXPECT_EQ(Cli({"zip", "list", "/data/local/tmp/junk.zip"}).status, 1);
 }
 
+TEST_F(CliTest, AMemberCutShortLeavesNoFileUnderItsName) {
+  ASSERT_EQ(RunProgram({"/bin/sh", "-c",
+                        "mkdir -p '" + HostPath("/data/local/tmp/src") + "' && cd '" +
+                            HostPath("/data/local/tmp/src") +
+                            "' && seq 1 200000 > big.txt && zip -q ../t.zip big.txt"})
+                .status,
+            0);
+  // Bytes of the compressed stream changed a good way in: the member fails after much of it
+  // has been written.
+  ASSERT_EQ(RunProgram({"/bin/sh", "-c",
+                        "printf yyyy | dd of='" + HostPath("/data/local/tmp/t.zip") +
+                            "' bs=1 seek=150000 conv=notrunc status=none"})
+                .status,
+            0);
+  auto extract = Cli({"zip", "extract", "/data/local/tmp/t.zip", "/data/local/tmp/out"});
+  EXPECT_EQ(extract.status, 1) << extract.out;
+  // Neither the member's name nor a temporary file beside it.
+  EXPECT_EQ(HostOutput("ls -A '" + HostPath("/data/local/tmp/out") + "'"), "");
+}
+
 }  // namespace

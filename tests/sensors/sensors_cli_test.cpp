@@ -17,8 +17,10 @@ TEST_F(SensorsCliTest, TouchSelfTestGetsTheDriversAnswer) {
   ASSERT_EQ(Sim({"setprop", "sim.touch.delay_ms", "200"}).status, 0);
   ASSERT_EQ(Sim({"setprop", "sim.touch.result", "FAIL: rx 3 open"}).status, 0);
   ProgramResult r = Cli({"touch", "test", "168", "1"});
-  EXPECT_EQ(r.status, 0) << r.err;
+  // The answer is shown, and a FAIL is the step's verdict.
+  EXPECT_EQ(r.status, 1) << r.err;
   EXPECT_EQ(r.out, "FAIL: rx 3 open\n");
+  EXPECT_NE(r.err.find("not a pass"), std::string::npos) << r.err;
   EXPECT_EQ(ReadDeviceFile("/data/engineermode/tp_at_sensor_test_back"), "FAIL: rx 3 open");
   EXPECT_NE(ReadDeviceFile("/data/sim/touch_tests").find(" 168\n"), std::string::npos);
 

@@ -167,7 +167,14 @@ TEST_F(SimDeviceTest, PsListsOnlyTheDevicesProcesses) {
   EXPECT_EQ(ps.out.find(marker + "_host"), std::string::npos) << ps.out;
 }
 
-TEST_F(SimDeviceTest, EnvPutsTheDeviceFirst) {
+TEST_F(SimDeviceTest, EnvPutsTheDeviceFirstAndRefusesWhatIsNoDevice) {
+  // A shell set up for a typo would act on no device at all.
+  auto refused = Sim({"env"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(refused.out, "");
+  EXPECT_NE(refused.err.find("is not a simulated device"), std::string::npos) << refused.err;
+
+  InitDevice();
   auto env = Sim({"env"});
   ASSERT_EQ(env.status, 0);
   EXPECT_NE(env.out.find("export ORBA_DEVICE_ROOT='" + root() + "'\n"), std::string::npos);

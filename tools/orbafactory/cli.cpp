@@ -24,6 +24,7 @@ Registrar::Registrar(const Family& family) { Registry().push_back(&family); }
 const std::vector<const Family*>& Families() { return Registry(); }
 
 int Error(int code, const char* fmt, ...) {
+  HoldIfInterrupted();
   fputs("orbafactory: ", stderr);
   va_list ap;
   va_start(ap, fmt);
@@ -43,6 +44,17 @@ bool ParseInt(const std::string& text, const char* what, long* value) {
   long v = strtol(text.c_str(), &end, 0);
   if (errno != 0 || *end != '\0') {
     Error(kUsage, "%s: '%s' is not a number", what, text.c_str());
+    return false;
+  }
+  *value = v;
+  return true;
+}
+
+bool ParseIntIn(const std::string& text, const char* what, long min, long max, long* value) {
+  long v = 0;
+  if (!ParseInt(text, what, &v)) return false;
+  if (v < min || v > max) {
+    Error(kUsage, "%s: %ld is outside %ld..%ld", what, v, min, max);
     return false;
   }
   *value = v;

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "failure.h"
+#include "interrupt.h"
 #include "progress.h"
 
 namespace orba::cli {
@@ -55,6 +56,9 @@ int Error(int code, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
 
 // Parses a decimal or 0x-hex integer; false (with a message) when it is not one.
 bool ParseInt(const std::string& text, const char* what, long* value);
+
+// As ParseInt, and within [min, max]; the message gives the range.
+bool ParseIntIn(const std::string& text, const char* what, long min, long max, long* value);
 
 // Reads a whole host file ("-" is stdin) for commands that take data from the engineer's side.
 bool ReadHostFile(const std::string& path, std::string* data);

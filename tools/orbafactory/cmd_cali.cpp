@@ -1,6 +1,9 @@
 // orbafactory cali: calibration item states and the station's summary checks.
 
+#include <ctype.h>
 #include <stdio.h>
+
+#include <string>
 #include <string.h>
 
 #include <orbafactory/persist.h>
@@ -23,7 +26,35 @@ bool TakeAppFlag(Args* args) {
   return false;
 }
 
+// The items the state files know: a name outside them would be appended as a line no reader
+// finds, so it is refused before anything is written.
+bool KnownItem(const std::string& item) {
+  // One entry of the table is two names run together; stations set each half by its own name.
+  if (item == "tof_rgbd_cali" || item == "sidekey_cali_left") return true;
+  for (const auto& entry : CALIBRATION_LIST) {
+    size_t n = strnlen(entry, CALIBRATION_ITEM_SIZE);
+    if (n >= 2 && item.size() == n && item.compare(0, n, entry, n) == 0) return true;
+  }
+  return false;
+}
+
+bool CheckItem(const std::string& item, const char* command) {
+  if (KnownItem(item)) return true;
+  orba::cli::Error(orba::cli::kUsage, "cali %s: no item '%s' (see orbafactory cali items)",
+                   command, item.c_str());
+  return false;
+}
+
+// A state is one digit: the files keep one character and read it back as a number.
+bool CheckState(const std::string& value, const char* command) {
+  if (value.size() == 1 && isdigit(static_cast<unsigned char>(value[0]))) return true;
+  orba::cli::Error(orba::cli::kUsage, "cali %s: state '%s' is not one digit 0..9", command,
+                   value.c_str());
+  return false;
+}
+
 int Get(const Args& args) {
+  if (!CheckItem(args[0], "get")) return orba::cli::kUsage;
   printf("%d\n", get_calibrate_item_state(args[0].c_str()));
   return orba::cli::kOk;
 }
@@ -32,6 +63,7 @@ int Set(const Args& in) {
   Args args = in;
   int uart = TakeAppFlag(&args) ? 0 : 1;
   if (args.size() != 2) return orba::cli::Error(orba::cli::kUsage, "cali set ITEM VALUE [--app]");
+  if (!CheckItem(args[0], "set") || !CheckState(args[1], "set")) return orba::cli::kUsage;
   if (set_calibrate_item_state(args[0].c_str(), args[1].c_str(), uart) != 0) {
     return orba::cli::Fail("cali set %s: not stored", args[0].c_str());
   }
@@ -44,13 +76,16 @@ int BgDark(const Args& in) {
   int uart = TakeAppFlag(&args) ? 0 : 1;
   if (args.size() == 2 && args[0] == "--all") {
     long value = 0;
-    if (!orba::cli::ParseInt(args[1], "value", &value)) return orba::cli::kUsage;
+    if (!orba::cli::ParseIntIn(args[1], "cali bg-dark --all VALUE", 0, 9, &value)) {
+      return orba::cli::kUsage;
+    }
     if (set_calibrate_list_bg_dark(nullptr, static_cast<int>(value)) != 0) {
       return orba::cli::Fail("cali bg-dark: file not written");
     }
     printf("all %ld\n", value);
     return orba::cli::kOk;
   }
+  if (!CheckItem(args[0], "bg-dark")) return orba::cli::kUsage;
   if (args.size() == 1) {
     printf("%d\n", get_calibrate_item_bg_dark(args[0].c_str()));
     return orba::cli::kOk;
@@ -58,6 +93,7 @@ int BgDark(const Args& in) {
   if (args.size() != 2) {
     return orba::cli::Error(orba::cli::kUsage, "cali bg-dark ITEM [VALUE] [--app] | --all VALUE");
   }
+  if (!CheckState(args[1], "bg-dark")) return orba::cli::kUsage;
   if (set_calibrate_item_bg_dark(args[0].c_str(), args[1].c_str(), uart) != 0) {
     return orba::cli::Fail("cali bg-dark %s: not stored", args[0].c_str());
   }
@@ -96,7 +132,8 @@ int Items(const Args&) {
 
 const orba::cli::Family kCali{
     "cali",
-    "calibration item states (--app: write through the engineer-mode app)",
+    "calibration item states (--app: write through the engineer-mode app); an unknown item or "
+    "a state that is not one digit exits 2 and writes nothing",
     {
         {"get", "ITEM", "the item's state digit (0 when not recorded)", 1, 1, Get},
         {"set", "ITEM VALUE [--app]", "record a state (its first character); 0 also resets the "

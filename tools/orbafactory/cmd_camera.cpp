@@ -7,6 +7,7 @@
 #include <string.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -15,6 +16,8 @@
 
 #include <orbafactory/camera.h>
 #include <orbafactory/engineer.h>
+#include <orbafactory/sysaccess.h>
+#include <cutils/properties.h>
 
 #include "cli.h"
 #include "failure.h"
@@ -98,11 +101,42 @@ RotaryUtil Tuning() {
   return util;
 }
 
-int PrintMove(int ms, const char* what) {
+// The shortest way between two angles on the circle, in degrees (0..180).
+double AngleApart(double a, double b) {
+  double d = fmod(fabs(a - b), 360.0);
+  return d > 180 ? 360 - d : d;
+}
+
+// A turn is done when the library's own reading, taken after the motor stopped, lies within the
+// precision it was asked for; the time it reports alone says nothing about where the module is.
+int TurnVerdict(int ms, double target, const RotaryUtil& u, const char* what) {
   if (ms < 0) return orba::cli::Fail("%s failed", what);
-  printf("%d ms, angle %.2f\n", ms, get_current_avr_angle());
+  double angle = get_current_avr_angle();
+  printf("%d ms, angle %.2f\n", ms, angle);
+  if (AngleApart(angle, target) > u.angle_precision) {
+    return orba::cli::Error(kFailed,
+                            "%s: the module reads %.2f, not %.2f within %.2f degrees, after %d ms",
+                            what, angle, target, u.angle_precision, ms);
+  }
   return kOk;
 }
+
+// Holds the rotary motor's stop for the length of a turn: an interrupted turn must not run on.
+class RotaryStopOnInterrupt {
+ public:
+  RotaryStopOnInterrupt() : undo_("rotary motor stopped", [] { stop_motor_rotate(); }) {}
+
+ private:
+  orba::cli::Undo undo_;
+};
+
+class PopStopOnInterrupt {
+ public:
+  PopStopOnInterrupt() : undo_("pop motor stopped", [] { stop_motor_pop(); }) {}
+
+ private:
+  orba::cli::Undo undo_;
+};
 
 int MotorType(const Args&) {
   static const char* const kNames[] = {"none (no motorised camera)", "fully_auto_pop",
@@ -117,6 +151,7 @@ int MotorType(const Args&) {
 int MovePop(const Args& args, bool out) {
   int ms = 0;
   if (!ParseMs(args[0], out ? "camera pop" : "camera retract", &ms)) return kUsage;
+  PopStopOnInterrupt stop;
   if ((out ? pop_camera(ms) : retract_camera(ms)) != 1) {
     return orba::cli::FailPaths({{"/sys/class/timed_output/motor/enable",
                                   orba::cli::PathUse::kWrite}},
@@ -148,7 +183,19 @@ int Halls(const Args&) {
   return kOk;
 }
 
-// Pops (or retracts) the module and reports how long the halls took to settle.
+// Where the halls put the module: out when the up hall reads above the down hall (the up hall
+// rises and the down hall falls along the travel). False when the halls cannot be read.
+bool HallsSayOut(bool* out) {
+  char up[HALL_SAMPLE_TEXT] = "up_hall";
+  char down[HALL_SAMPLE_TEXT] = "down_hall";
+  if (get_current_pop_hall_data(up) != 0 || get_current_pop_hall_data(down) != 0) return false;
+  *out = atoi(up) > atoi(down);
+  return true;
+}
+
+// Pops (or retracts) the module and reports how long the halls took to settle. The time counts
+// only when the halls then show the module at the end it was sent to: halls that settled on a
+// module that never left its place (a stuck motor, hardware that does not answer) are a failure.
 int BlockedTime(const Args& args) {
   bool retract = !args.empty() && args[0] == "retract";
   if (!args.empty() && args[0] != "pop" && args[0] != "retract") {
@@ -162,11 +209,19 @@ int BlockedTime(const Args& args) {
            retract ? ms + 65536 : ms);
   int used;
   {
+    PopStopOnInterrupt stop;
     MotionWatch watch(retract ? "retracting" : "popping", HallsNow);
     used = atoi(pop_up_camera_by_engineer_interface(msg));
   }
   if (used < 0) return orba::cli::Fail("camera blocked-time: not a pop-up module, or no motor");
   printf("%d\n", used);
+  bool out = false;
+  if (!HallsSayOut(&out)) return orba::cli::Fail("camera blocked-time: halls unreadable after the move");
+  if (out == retract) {
+    return orba::cli::Error(kFailed, "camera blocked-time: the halls show the module %s after %s "
+                            "(%s): it did not move", out ? "out" : "in",
+                            retract ? "retracting" : "popping", HallsNow().c_str());
+  }
   return kOk;
 }
 
@@ -176,8 +231,8 @@ int Sample(const Args& args) {
       !orba::cli::ParseInt(args[1], "camera sample INTERVAL", &interval)) {
     return kUsage;
   }
-  if (count < 1 || count > HALL_SAMPLE_MAX || interval < 0) {
-    return orba::cli::Error(kUsage, "camera sample: COUNT 1..%d, INTERVAL 0 or more ms",
+  if (count < 1 || count > HALL_SAMPLE_MAX || interval < 0 || interval > 11000) {
+    return orba::cli::Error(kUsage, "camera sample: COUNT 1..%d, INTERVAL 0..11000 ms",
                             HALL_SAMPLE_MAX);
   }
   // The sampling threads are detached and may outlive a wait cut short: their records live as
@@ -202,9 +257,39 @@ int Sample(const Args& args) {
   return kOk;
 }
 
-int Angle(const Args&) {
-  printf("%.2f\n", get_current_avr_angle());
+// The angle of the end stop the module rests on, for set_unreached_angle. The turn planner
+// goes the long way round when the module reads past the stored angle, and at rest on the stop
+// the readings scatter around it: so the stored angle is taken from readings of a module at rest,
+// just beyond every one of them on the stop's side (a turn negatively ends on the high side).
+int StopAngle(const std::string& way) {
+  constexpr int kReadings = 60;
+  constexpr double kRestSpread = 1.0;  // degrees: more than the blur, less than any real move
+  constexpr double kMargin = 0.1;
+  double low = 1e9, high = -1e9;
+  for (int i = 0; i < kReadings; ++i) {
+    double a = get_current_avr_angle();
+    low = std::min(low, a);
+    high = std::max(high, a);
+    usleep(5000);
+  }
+  if (high - low > kRestSpread || high < -1 || low > 361) {
+    return orba::cli::Error(kFailed, "camera angle --stop: readings from %.2f to %.2f: the module "
+                            "is not at rest", low, high);
+  }
+  printf("%.2f\n", way == "negatively" ? high + kMargin : low - kMargin);
   return kOk;
+}
+
+int Angle(const Args& args) {
+  if (args.empty()) {
+    printf("%.2f\n", get_current_avr_angle());
+    return kOk;
+  }
+  if (args.size() == 2 && args[0] == "--stop" &&
+      (args[1] == "negatively" || args[1] == "positively")) {
+    return StopAngle(args[1]);
+  }
+  return orba::cli::Error(kUsage, "camera angle [--stop positively|negatively]");
 }
 
 int Field(const Args&) {
@@ -219,37 +304,88 @@ int RotateTo(const Args& args) {
   if (!ParseDegrees(args[0], "camera rotate-to", &deg)) return kUsage;
   if (deg < 0 || deg >= 360) return orba::cli::Error(kUsage, "camera rotate-to: 0 <= DEG < 360");
   RotaryUtil u = Tuning();
-  MotionWatch watch("turning", AngleNow);
-  return PrintMove(
-      rotate_to_appointted_angles(u.rotary_interval, u.rotary_timeout, deg, u.angle_precision),
-      "camera rotate-to (calibrated unreached angle? see camera cali)");
+  int ms;
+  {
+    RotaryStopOnInterrupt stop;
+    MotionWatch watch("turning", AngleNow);
+    ms = rotate_to_appointted_angles(u.rotary_interval, u.rotary_timeout, deg, u.angle_precision);
+  }
+  return TurnVerdict(ms, deg, u, "camera rotate-to (calibrated unreached angle? see camera cali)");
 }
 
 int RotateBy(const Args& args) {
   double deg = 0;
   if (!ParseDegrees(args[0], "camera rotate-by", &deg)) return kUsage;
+  if (deg <= -360 || deg >= 360) {
+    return orba::cli::Error(kUsage, "camera rotate-by: -360 < DEG < 360");
+  }
   RotaryUtil u = Tuning();
-  MotionWatch watch("turning", AngleNow);
-  return PrintMove(
-      rotate_by_relative_angle(u.rotary_interval, u.rotary_timeout, deg, u.angle_precision),
-      "camera rotate-by");
+  // Where the library aims: a negative turn goes the same way by its size.
+  double target = fmod(get_current_avr_angle() + (deg > 0 ? deg : fabs(deg) + 360), 360);
+  int ms;
+  {
+    RotaryStopOnInterrupt stop;
+    MotionWatch watch("turning", AngleNow);
+    ms = rotate_by_relative_angle(u.rotary_interval, u.rotary_timeout, deg, u.angle_precision);
+  }
+  return TurnVerdict(ms, target, u, "camera rotate-by");
 }
+
+// The longest the library lets a turn to the end stop run: a turn that took longer was cut off
+// before the module came to rest.
+constexpr int kMaxTurnMs = 3600;
 
 int Max(const Args& args) {
   if (args[0] != "positively" && args[0] != "negatively") {
     return orba::cli::Error(kUsage, "camera max: positively or negatively");
   }
   std::string msg = "rotate_to_maximum_angles " + args[0];
-  MotionWatch watch("turning to the end stop", AngleNow);
-  return PrintMove(rotate_to_max_angles(&msg[0]), "camera max");
+  int ms;
+  {
+    RotaryStopOnInterrupt stop;
+    MotionWatch watch("turning to the end stop", AngleNow);
+    ms = rotate_to_max_angles(&msg[0]);
+  }
+  if (ms < 0) return orba::cli::Fail("camera max failed");
+  printf("%d ms, angle %.2f\n", ms, get_current_avr_angle());
+  if (ms > kMaxTurnMs) {
+    return orba::cli::Error(kFailed, "camera max: the module did not come to rest within %d ms",
+                            kMaxTurnMs);
+  }
+  return kOk;
+}
+
+// The calibrated position the library turns to for front (180 degree point) or back (0 degree
+// point), found from the other point when only that one was stored; false when uncalibrated.
+bool CalibratedTarget(bool front, double* target) {
+  double own = get_front_back_camera_angle(front ? 0 : 1);
+  if (own == -999.0) return false;
+  char value[PROPERTY_VALUE_MAX] = {};
+  orbaatcmd_get_system_property(front ? "sys.rotary_camera.cali_deg180" : "sys.rotary_camera.cali_deg0",
+                                value, "");
+  if (value[0] != '\0') {
+    *target = own;
+    return true;
+  }
+  *target = fmod(get_front_back_camera_angle(front ? 1 : 0) + 180, 360);
+  return true;
 }
 
 int FrontBack(bool front) {
   RotaryUtil u = Tuning();
-  MotionWatch watch(front ? "turning to front" : "turning to back", AngleNow);
-  int ms = front ? rotate_to_front_camera(u.rotary_interval, u.rotary_timeout, u.angle_precision)
-                 : rotate_to_back_camera(u.rotary_interval, u.rotary_timeout, u.angle_precision);
-  return PrintMove(ms, front ? "camera front (calibrated?)" : "camera back (calibrated?)");
+  double target = 0;
+  if (!CalibratedTarget(front, &target)) {
+    return orba::cli::Error(kFailed, "camera %s: the rotary module is not calibrated",
+                            front ? "front" : "back");
+  }
+  int ms;
+  {
+    RotaryStopOnInterrupt stop;
+    MotionWatch watch(front ? "turning to front" : "turning to back", AngleNow);
+    ms = front ? rotate_to_front_camera(u.rotary_interval, u.rotary_timeout, u.angle_precision)
+               : rotate_to_back_camera(u.rotary_interval, u.rotary_timeout, u.angle_precision);
+  }
+  return TurnVerdict(ms, target, u, front ? "camera front" : "camera back");
 }
 
 int Front(const Args&) { return FrontBack(true); }
@@ -269,6 +405,7 @@ int HalfPop(const Args& args) {
   if (!ParseMs(args[0], "camera half-pop", &ms)) return kUsage;
   int used;
   {
+    PopStopOnInterrupt stop;
     MotionWatch watch("popping to the middle hall's peak", HallsNow);
     used = camera_cali_half_pop(ms, 0);
   }
@@ -281,6 +418,7 @@ int Fluency(const Args& args) {
   std::string msg = Join(args, 0);
   int result;
   {
+    RotaryStopOnInterrupt stop;
     MotionWatch watch("fluency test", AngleNow);
     result = camera_rotate_fluency_test(&msg[0]);
   }
@@ -330,9 +468,13 @@ int At(const Args& args) {
   return kOk;
 }
 
+// The camera service answers "error" to a request it could not carry out.
 int CameraSend(const Args& args) {
   const char* reply = sendMessageToCamera(Join(args, 0).c_str());
-  printf("%s\n", reply != nullptr ? reply : "");
+  const std::string text = reply != nullptr ? reply : "";
+  printf("%s\n", text.c_str());
+  if (text.empty()) return orba::cli::Error(kFailed, "camera send: the camera service gave no answer");
+  if (text == "error") return orba::cli::Error(kFailed, "camera send: the camera service answered error");
   return kOk;
 }
 
@@ -360,17 +502,25 @@ const orba::cli::Family kCamera{
         {"stop", "", "stop the pop motor (and the rotary motor)", 0, 0, Stop},
         {"halls", "", "the up, middle and down hall readings", 0, 0, Halls},
         {"blocked-time", "[pop|retract [MS]]",
-         "move the module and print the ms until the halls settled", 0, 2, BlockedTime},
+         "move the module and print the ms until the halls settled; exit 1 unless the halls "
+         "then show it at that end", 0, 2, BlockedTime},
         {"sample", "COUNT INTERVAL", "sample both halls in the background; the AT response", 2,
          2, Sample},
-        {"angle", "", "the rotary module's angle (mean of four readings)", 0, 0, Angle},
+        {"angle", "[--stop positively|negatively]",
+         "the rotary module's angle (mean of four readings); --stop: the end stop's angle from "
+         "readings at rest, for set_unreached_angle", 0, 2, Angle},
         {"field", "", "the magnetometer's x y z", 0, 0, Field},
-        {"rotate-to", "DEG", "turn to an angle", 1, 1, RotateTo},
-        {"rotate-by", "DEG", "turn by an angle (a negative one turns the same way)", 1, 1,
+        {"rotate-to", "DEG", "turn to an angle; exit 1 unless the reading afterwards is within "
+         "the precision", 1, 1, RotateTo},
+        {"rotate-by", "DEG", "turn by an angle (a negative one turns the same way); exit 1 "
+         "unless it arrived", 1, 1,
          RotateBy},
-        {"max", "positively|negatively", "turn to an end stop", 1, 1, Max},
-        {"front", "", "turn to the calibrated front position", 0, 0, Front},
-        {"back", "", "turn to the calibrated back position", 0, 0, Back},
+        {"max", "positively|negatively", "turn to an end stop; exit 1 unless it came to rest",
+         1, 1, Max},
+        {"front", "", "turn to the calibrated front position (exit 1 unless it arrived)", 0, 0,
+         Front},
+        {"back", "", "turn to the calibrated back position (exit 1 unless it arrived)", 0, 0,
+         Back},
         {"cali", "ITEM VALUES...",
          "store calibration: deg0_cali|deg180_cali A B C DEG, set_unreached_angle DEG, ...", 1,
          -1, Cali},
@@ -381,7 +531,8 @@ const orba::cli::Family kCamera{
         {"material", "TYPE", "a camera module's material code", 1, 1, Material},
         {"otp", "PROPERTY", "a module's OTP status (exit 1 when bad)", 1, 1, Otp},
         {"at", "'AT+TQ_CCM_...'", "a camera AT command through the camera service", 1, -1, At},
-        {"send", "MESSAGE...", "send a request to the camera service and print the reply", 1,
+        {"send", "MESSAGE...",
+         "send a request to the camera service and print the reply (exit 1 on error)", 1,
          -1, CameraSend},
         {"service", "start|stop", "start or stop the camera service", 1, 1, Service},
     }};

@@ -23,14 +23,20 @@ std::string Join(const Args& words, size_t from) {
 
 const char* Arg(const Args& args, size_t i) { return i < args.size() ? args[i].c_str() : ""; }
 
-int PrintReply(const char* reply) {
-  if (reply == nullptr) return orba::cli::Fail("no reply");
+// The app answers "error" to a request it could not carry out; that is the step failing.
+int PrintReply(const char* what, const char* reply) {
+  if (reply == nullptr) return orba::cli::Fail("%s: no reply", what);
   printf("%s\n", reply);
+  if (strcmp(reply, "error") == 0) {
+    return orba::cli::Error(kFailed, "%s: the engineer-mode app answered error", what);
+  }
   return kOk;
 }
 
-int Send(const Args& args) { return PrintReply(sendMessage(Join(args, 0).c_str())); }
-int UserSend(const Args& args) { return PrintReply(sendUserMessage(Join(args, 0).c_str())); }
+int Send(const Args& args) { return PrintReply("em send", sendMessage(Join(args, 0).c_str())); }
+int UserSend(const Args& args) {
+  return PrintReply("em user-send", sendUserMessage(Join(args, 0).c_str()));
+}
 
 // The app actions by the names stations use, each with up to three arguments.
 struct Action {
@@ -75,9 +81,10 @@ const orba::cli::Family kEm{
     "em",
     "the engineer-mode apps: messages and actions",
     {
-        {"send", "MESSAGE...", "send a request to the running engineer-mode edition", 1, -1,
+        {"send", "MESSAGE...", "send a request to the running engineer-mode edition (exit 1 when it answers error)", 1, -1,
          Send},
-        {"user-send", "MESSAGE...", "send a request to the user edition", 1, -1, UserSend},
+        {"user-send", "MESSAGE...", "send a request to the user edition (exit 1 on error)", 1, -1,
+         UserSend},
         {"action", "ACTION [COMPONENT [ARG [ARG]]]",
          "start-activity|stop-activity|start-service|stop-service|broadcast", 1, 4, RunAction},
         {"running", "SERVICE_CLASS", "whether an app service runs (exit 1 when not)", 1, 1,

@@ -39,9 +39,17 @@ int Identity(const Args& /*args*/) {
   char model[PROPERTY_VALUE_MAX] = {};
   char hardware[PROPERTY_VALUE_MAX] = {};
   char release[PROPERTY_VALUE_MAX] = {};
-  orbaatcmd_get_system_property("ro.orba.product.model", model, "");
-  orbaatcmd_get_system_property("ro.hardware.qzt", hardware, "");
-  orbaatcmd_get_system_property("ro.build.version.release", release, "");
+  if (orbaatcmd_get_system_property("ro.orba.product.model", model, "") != 0 ||
+      orbaatcmd_get_system_property("ro.hardware.qzt", hardware, "") != 0 ||
+      orbaatcmd_get_system_property("ro.build.version.release", release, "") != 0) {
+    return orba::cli::Fail("identity: the device's properties cannot be read");
+  }
+  // Every Android build states its version; without one this is not a device's identity.
+  if (release[0] == '\0') {
+    return orba::cli::Error(orba::cli::kFailed,
+                            "identity: the device states no Android version "
+                            "(ro.build.version.release): not a device, or not set up");
+  }
   int platform = judge_platform();
   printf("project:        %s%s\n", model[0] != '\0' ? model : "(unset)",
          is_foreign_project() ? " (export variant)" : "");
@@ -60,7 +68,8 @@ int Identity(const Args& /*args*/) {
 const orba::cli::Family kIdentity{
     "identity",
     "project, platform, edition and Android version of the device",
-    {{"", "", "print the device's identity as the test steps see it", 0, 0, Identity}}};
+    {{"", "", "print the device's identity as the test steps see it; exit 1 when the device states no "
+      "Android version", 0, 0, Identity}}};
 orba::cli::Registrar registrar(kIdentity);
 
 }  // namespace

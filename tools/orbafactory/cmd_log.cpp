@@ -27,8 +27,8 @@ long SizeOf(const char* device_path) {
 
 int Start(const Args& args) {
   long seconds = 0;
-  if (!args.empty() && (!orba::cli::ParseInt(args[0], "seconds", &seconds) || seconds <= 0)) {
-    return orba::cli::Error(orba::cli::kUsage, "log start [SECONDS]: a positive number of seconds");
+  if (!args.empty() && !orba::cli::ParseIntIn(args[0], "log start SECONDS", 1, 86400, &seconds)) {
+    return orba::cli::kUsage;
   }
   // The capture threads live in this process, so it stays until interrupted or for SECONDS.
   sigset_t stop;

@@ -1,6 +1,9 @@
 // orbafactory sn get|set: the device serial number kept in the factory record.
 
+#include <ctype.h>
 #include <stdio.h>
+
+#include <string>
 
 #include <orbafactory/persist.h>
 
@@ -19,21 +22,32 @@ int Get(const Args&) {
   return orba::cli::kOk;
 }
 
-int Set(const Args& args) {
-  if (args[0].size() <= 10) {
-    return orba::cli::Error(orba::cli::kUsage, "sn: '%s' is too short (more than 10 characters)",
-                            args[0].c_str());
+constexpr size_t kSerialLength = 15;
+
+// A serial number is exactly 15 letters and digits: the record's field holds more, but every
+// reader takes exactly 15, so anything else would replace a good serial with one that never
+// reads back.
+bool IsSerial(const std::string& sn) {
+  if (sn.size() != kSerialLength) return false;
+  for (char c : sn) {
+    if (!isalnum(static_cast<unsigned char>(c))) return false;
   }
-  // The record's field holds 31 characters; a reader only accepts exactly 15.
-  if (args[0].size() > 31) {
-    return orba::cli::Error(orba::cli::kUsage, "sn: '%s' is longer than the field (31)",
-                            args[0].c_str());
+  return true;
+}
+
+int Set(const Args& args) {
+  if (!IsSerial(args[0])) {
+    return orba::cli::Error(orba::cli::kUsage,
+                            "sn set: '%s' is not a serial number (exactly %zu letters and digits, "
+                            "not %zu characters); nothing stored",
+                            args[0].c_str(), kSerialLength, args[0].size());
   }
   if (set_sn_to_backup(args[0].c_str()) != 0) {
     return orba::cli::Fail("sn: cannot store the serial number");
   }
-  if (args[0].size() != 15) {
-    fprintf(stderr, "orbafactory: stored, but only a 15-character serial number reads back\n");
+  char back[64] = {};
+  if (get_sn_from_backup(back) != 0 || args[0] != back) {
+    return orba::cli::Error(orba::cli::kFailed, "sn set: the record reads back '%s'", back);
   }
   printf("%s\n", args[0].c_str());
   return orba::cli::kOk;
@@ -43,7 +57,8 @@ const orba::cli::Family kSn{"sn",
                             "the serial number in the factory record",
                             {
                                 {"get", "", "print the stored serial number", 0, 0, Get},
-                                {"set", "SERIAL", "store a serial number (15 characters)", 1, 1, Set},
+                                {"set", "SERIAL", "store a serial number (exactly 15 letters and digits; "
+                                 "anything else exits 2 and stores nothing)", 1, 1, Set},
                             }};
 orba::cli::Registrar registrar(kSn);
 

@@ -4,6 +4,8 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -21,13 +23,8 @@ using orba::cli::kUsage;
 using orba::cli::PathUse;
 
 constexpr int kPropertyValueMax = 92;
-constexpr size_t kCommandOutputMax = 64 * 1024;
-
-std::string Join(const Args& words) {
-  std::string out;
-  for (const std::string& w : words) out += (out.empty() ? "" : " ") + w;
-  return out;
-}
+// An hour: longer than any station waits, and far inside the int the library takes.
+constexpr long kWaitMaxMs = 3600 * 1000;
 
 // ---- prop ------------------------------------------------------------------------------------
 
@@ -58,7 +55,10 @@ int PropSet(const Args& args) {
 
 int PropWait(const Args& args) {
   long timeout_ms = 5000;
-  if (args.size() > 2 && !orba::cli::ParseInt(args[2], "timeout", &timeout_ms)) return kUsage;
+  if (args.size() > 2 &&
+      !orba::cli::ParseIntIn(args[2], "prop wait TIMEOUT_MS", 0, kWaitMaxMs, &timeout_ms)) {
+    return kUsage;
+  }
   if (wait_for_property(args[0].c_str(), args[1].c_str(), static_cast<int>(timeout_ms)) != 1) {
     return orba::cli::Error(kFailed, "prop wait: %s did not become '%s' within %ld ms",
                             args[0].c_str(), args[1].c_str(), timeout_ms);
@@ -152,15 +152,72 @@ int FileChmod(const Args& args) {
 
 // ---- exec ------------------------------------------------------------------------------------
 
-int Exec(const Args& args) {
-  std::string cmd = Join(args);
-  std::vector<char> out(kCommandOutputMax + 1, '\0');
-  if (orbaatcmd_exec_system_cmd(cmd.c_str(), out.data(), static_cast<int>(kCommandOutputMax)) !=
-      0) {
+// The service runs one command line with "sh -c" and answers only with what it printed. So each
+// argument is quoted for that shell, which then sees the argv given here, and the line reports
+// the command's exit status after its output, behind a marker of this run.
+std::string ShellQuote(const std::string& word) {
+  std::string out = "'";
+  for (char c : word) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return out + "'";
+}
+
+// The longest answer the service sends, and so the most output a command can have and still
+// report its status.
+constexpr size_t kExecOutputMax = 4u * 1024u * 1024u;
+constexpr long kExecMaxSeconds = 24 * 3600;
+
+int Exec(const Args& in) {
+  Args args = in;
+  long limit = 0;  // no limit: timeout(1) takes 0 as none
+  if (!args.empty() && args[0] == "--timeout") {
+    if (args.size() < 3) {
+      return orba::cli::Error(kUsage, "usage: orbafactory exec [--timeout SECONDS] COMMAND [ARG...]");
+    }
+    if (!orba::cli::ParseIntIn(args[1], "exec --timeout SECONDS", 1, kExecMaxSeconds, &limit)) {
+      return kUsage;
+    }
+    args.erase(args.begin(), args.begin() + 2);
+  }
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const std::string marker = "orbafactory-exec-" + std::to_string(getpid()) + "-" +
+                             std::to_string(now.tv_sec) + std::to_string(now.tv_nsec);
+  // timeout(1) puts the command in a process group of its own and names the marker in its own
+  // argv: an interrupted exec finds it by that name and ends the whole group through it.
+  std::string line = "timeout -k 2 " + std::to_string(limit) + " sh -c '\"$@\"' " + marker;
+  for (const std::string& a : args) line += " " + ShellQuote(a);
+  line += "; printf '\\n%s %d\\n' " + marker + " \"$?\"";
+
+  // The pattern's bracket keeps it from matching the command line of the shell that runs it.
+  const std::string pattern = "orbafactory-exe[c]" + marker.substr(strlen("orbafactory-exec"));
+  const std::string kill_line = "pkill -TERM -f '" + pattern + "'";
+  orba::cli::Undo end_child("the command on the device ended", [kill_line] {
+    char ignored[64];
+    orbaatcmd_exec_system_cmd(kill_line.c_str(), ignored, sizeof(ignored));
+  });
+
+  std::vector<char> out(kExecOutputMax + 64, '\0');
+  if (orbaatcmd_exec_system_cmd(line.c_str(), out.data(), static_cast<int>(out.size() - 1)) != 0) {
     return orba::cli::Fail("exec: the service ran nothing");
   }
-  fputs(out.data(), stdout);
-  return kOk;
+  std::string text(out.data());
+  const size_t at = text.rfind("\n" + marker + " ");
+  if (at == std::string::npos) {
+    fputs(text.c_str(), stdout);
+    return orba::cli::Error(kFailed, "exec: %s: no exit status came back (the device ended the "
+                            "command, or its output passed the service's %zu bytes)",
+                            args[0].c_str(), kExecOutputMax);
+  }
+  const int status = atoi(text.c_str() + at + 1 + marker.size() + 1);
+  fwrite(text.data(), 1, at, stdout);
+  if (status == 124 && limit > 0) {
+    orba::cli::Error(status, "exec: %s did not finish within %ld s", args[0].c_str(), limit);
+  } else if (status == 127) {
+    orba::cli::Error(status, "exec: %s: no such command on the device", args[0].c_str());
+  } else if (status != 0) {
+    orba::cli::Error(status, "exec: %s exited with status %d", args[0].c_str(), status);
+  }
+  return status;
 }
 
 const orba::cli::Family kProp{
@@ -169,7 +226,8 @@ const orba::cli::Family kProp{
     {
         {"get", "NAME [DEFAULT]", "print a property", 1, 2, PropGet},
         {"set", "NAME VALUE", "set a property and check that it reads back", 2, 2, PropSet},
-        {"wait", "NAME VALUE [TIMEOUT_MS]", "wait until a property holds VALUE (default 5000 ms)",
+        {"wait", "NAME VALUE [TIMEOUT_MS]", "wait until a property holds VALUE (default 5000 ms, at most an hour); exit 1 when it "
+         "did not",
          2, 3, PropWait},
     }};
 const orba::cli::Family kFile{
@@ -188,8 +246,9 @@ const orba::cli::Family kFile{
 const orba::cli::Family kExec{
     "exec",
     "run a shell command through the AT-command service",
-    {{"", "COMMAND...", "run COMMAND with the service's rights and print its output", 1, -1,
-      Exec}}};
+    {{"", "[--timeout SECONDS] COMMAND [ARG...]",
+      "run COMMAND with its arguments as given, with the service's rights; print its output and "
+      "exit with its exit status (124: did not finish within SECONDS)", 1, -1, Exec}}};
 orba::cli::Registrar prop_registrar(kProp);
 orba::cli::Registrar file_registrar(kFile);
 orba::cli::Registrar exec_registrar(kExec);

@@ -2,12 +2,14 @@
 
 #include <stdio.h>
 #include <string.h>
+#include <strings.h>
 #include <unistd.h>
 
 #include <string>
 
 #include <android-base/file.h>
 
+#include <orbafactory/engineer.h>
 #include <orbafactory/sensors.h>
 #include <platform/devpath.h>
 
@@ -38,6 +40,17 @@ std::string ReadResult(const char* path) {
   return text;
 }
 
+// The panel's refresh rate as the engineer-mode app reports it, or "" when it does not answer.
+std::string CurrentRate() {
+  const char* reply = sendMessage("get_lcm_refreshrate current");
+  std::string rate = reply != nullptr ? reply : "";
+  return rate == "error" ? "" : rate;
+}
+
+// A controller's verdict reads "PASS..." when every channel is within its limits; anything else
+// (a FAIL line, a number, an empty node) is not a pass.
+bool IsPass(const std::string& result) { return strncasecmp(result.c_str(), "PASS", 4) == 0; }
+
 int Test(const Args& args) {
   const TouchTest* test = nullptr;
   for (const TouchTest& t : kTests) {
@@ -49,15 +62,28 @@ int Test(const Args& args) {
   }
   long seconds = 2;
   long rate = 0;
-  if (args.size() > 1 && !orba::cli::ParseInt(args[1], "seconds", &seconds)) {
+  if (args.size() > 1 && !orba::cli::ParseIntIn(args[1], "touch test SECONDS", 0, 600, &seconds)) {
     return orba::cli::kUsage;
   }
-  if (args.size() > 2 && !orba::cli::ParseInt(args[2], "rate", &rate)) return orba::cli::kUsage;
-  if (seconds < 0 || seconds > 600) {
-    return orba::cli::Error(orba::cli::kUsage, "touch test: SECONDS from 0 to 600");
+  if (args.size() > 2 && !orba::cli::ParseIntIn(args[2], "touch test RATE", 0, 1000, &rate)) {
+    return orba::cli::kUsage;
   }
+  // The library switches the rate and its collecting thread puts it back once the driver has
+  // answered; an interrupted test must put it back itself.
+  const std::string before = CurrentRate();
+  orba::cli::Undo restore("refresh rate back to " + before, [before] {
+    if (before.empty()) return;
+    const std::string request = "set_lcm_refreshrate " + before;
+    sendMessage(request.c_str());
+  });
   int ret = touchpanel_sensor_test(static_cast<int>(seconds), test->value, static_cast<int>(rate));
   if (ret != 0) {
+    // The rate was switched before the driver refused the test, and no collecting thread runs
+    // to switch it back.
+    if (!before.empty() && CurrentRate() != before) {
+      const std::string request = "set_lcm_refreshrate " + before;
+      sendMessage(request.c_str());
+    }
     if (ret >= -1) return orba::cli::Fail("touch test %s: not started (%d)", test->value, ret);
     return orba::cli::Error(orba::cli::kFailed, "touch test %s: not started (%d): %s", test->value,
                             ret, strerror(-ret));
@@ -75,8 +101,20 @@ int Test(const Args& args) {
     return orba::cli::Error(orba::cli::kFailed, "touch test %s: no result in %s", test->value,
                             test->result_file);
   }
-  usleep(300 * 1000);  // the refresh rate is restored just after the result is written
+  // The rate is put back just before the result is written; wait until the panel shows it.
+  for (int i = 0; !before.empty() && CurrentRate() != before; ++i) {
+    if (i == 30) {
+      return orba::cli::Error(orba::cli::kFailed,
+                              "touch test %s: the refresh rate did not return to %s", test->value,
+                              before.c_str());
+    }
+    usleep(100 * 1000);
+  }
   printf("%s\n", result.c_str());
+  if (!IsPass(result)) {
+    return orba::cli::Error(orba::cli::kFailed, "touch test %s: the driver's result is not a pass",
+                            test->value);
+  }
   return orba::cli::kOk;
 }
 
@@ -86,7 +124,8 @@ const orba::cli::Family kTouch{
     {
         {"test", "VALUE [SECONDS] [RATE]",
          "run test VALUE (165-169) at refresh RATE (0: the panel's maximum), wait SECONDS "
-         "(default 2) and print the driver's result",
+         "(default 2) and print the driver's result; exit 0 only for a result that reads PASS, "
+         "with the refresh rate back where it was",
          1, 3, Test},
     }};
 orba::cli::Registrar registrar(kTouch);

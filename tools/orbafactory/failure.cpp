@@ -150,6 +150,7 @@ std::string HostFileHint(const PathCheck& c, const std::string& root) {
 // `known`: the fault the step itself reported on the first path, if any.
 int Report(const std::string& message, const std::vector<PathCheck>& paths,
            const PathFault* known = nullptr) {
+  HoldIfInterrupted();
   const PathCheck* culprit = nullptr;
   PathFault fault;
   if (known != nullptr && !paths.empty()) {

@@ -3,11 +3,15 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <string>
 
 #include "cli.h"
+
+#include <android-base/file.h>
+#include <platform/devpath.h>
 
 #if !defined(__ANDROID__)
 #include <platform/host/device_root.h>
@@ -22,7 +26,9 @@ void PrintUsage(FILE* out) {
   fputs("usage: orbafactory [--root DIR] [-v] FAMILY COMMAND [ARGS]\n"
         "\n"
         "Runs the factory test library's steps one at a time: results on stdout, diagnostics on\n"
-        "stderr. Exit status: 0 done, 1 the step failed, 2 usage error, 3 no device.\n"
+        "stderr. Exit status: 0 only when the step did what was asked, 1 the step failed (one line\n"
+        "on stderr says why), 2 usage error (nothing written), 3 no device, or the device is\n"
+        "stopped; exec exits with the remote command's status.\n"
         "\n"
         "options:\n"
         "  --root DIR   the simulated device to work on (default: $ORBA_DEVICE_ROOT)\n"
@@ -54,6 +60,28 @@ const Family* FindFamily(const std::string& name) {
   return nullptr;
 }
 
+#if !defined(__ANDROID__)
+// A command acts on the device its root names, and only while that device runs: a path that is
+// no device, or a simulated device nobody started, ends the command before any step, since a
+// step would otherwise fail on the missing services one by one (or, worse, pass on a device
+// without them).
+int CheckDevice(const std::string& root) {
+  struct stat st;
+  if (stat(root.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {  // host path: the root itself
+    return orba::cli::Error(orba::cli::kNoDevice,
+                            "%s is not a device: create one with orbafactory-sim init --root %s",
+                            root.c_str(), root.c_str());
+  }
+  std::string state;
+  android::base::ReadFileToString(DevPath("/data/sim/state").c_str(), &state);
+  if (state == "stopped\n") {
+    return orba::cli::Error(orba::cli::kNoDevice,
+                            "the device is stopped: orbafactory-sim start --root %s", root.c_str());
+  }
+  return orba::cli::kOk;
+}
+#endif
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -76,6 +104,7 @@ int main(int argc, char** argv) {
     }
   }
   orba::cli::CaptureLibraryLog(verbose);
+  orba::cli::HandleInterrupts();
   if (i >= argc) {
     PrintUsage(stderr);
     return orba::cli::kUsage;
@@ -117,6 +146,10 @@ int main(int argc, char** argv) {
         "no simulated device: start one with\n"
         "  orbafactory-sim init --root DIR && orbafactory-sim start --root DIR\n"
         "then give --root DIR, or eval \"$(orbafactory-sim env --root DIR)\"");
+  }
+  if (!own_device) {
+    const int code = CheckDevice(orba_device_root());
+    if (code != orba::cli::kOk) return code;
   }
 #endif
   return command->run(args);
