@@ -33,7 +33,7 @@ struct DirCloser {
 bool IsDirectory(const char* path, const dirent* entry) {
   if (entry->d_type != DT_UNKNOWN) return entry->d_type == DT_DIR;
   struct stat st;
-  return lstat(DevPath(path), &st) == 0 && S_ISDIR(st.st_mode);
+  return lstat(DevPathNoFollow(path), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
 void Clean(const char* dir, const KeepSet& keep) {
@@ -62,7 +62,7 @@ void Clean(const char* dir, const KeepSet& keep) {
         ORBA_LOGD("reserve file:%s", path);
         continue;
       }
-      int rc = remove(DevPath(path));
+      int rc = remove(DevPathNoFollow(path));
       ORBA_LOGD("removeFile:%s:%d", path, rc);
     }
   }
@@ -72,7 +72,7 @@ void Clean(const char* dir, const KeepSet& keep) {
     return;
   }
   // Fails while kept files remain inside, which is what keeps their directories.
-  int rc = remove(DevPath(dir));
+  int rc = remove(DevPathNoFollow(dir));
   ORBA_LOGD("removeDir:%s:%d", dir, rc);
 }
 
@@ -111,7 +111,7 @@ extern "C" ORBA_EXPORT void delete_foreign_extra_demovideo_by_oem(const char* va
         strstr(path, variant) != nullptr) {
       continue;
     }
-    remove(DevPath(path));
+    remove(DevPathNoFollow(path));
     ORBA_LOGD("delete: %s", path);
   }
   if (list != nullptr) tf_data_list_free(list);

@@ -131,7 +131,7 @@ int KillMatching(const std::string& device_prefix, int signal, Matches matches) 
     LOG(ERROR) << "Refusing an empty path prefix";
     return -1;
   }
-  DevPath resolved(device_prefix.c_str());
+  DevPathText resolved(device_prefix.c_str());
   if (!resolved.ok()) {
     LOG(ERROR) << "Cannot resolve prefix " << device_prefix;
     return -1;

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include <android/log.h>
-#include <platform/devpath.h>
+#include <platform/host/in_root.h>
 #include <platform/host/device_root.h>
 
 namespace orba::host {
@@ -126,13 +126,13 @@ class FileLock {
 // mapping or MAP_FAILED; *fd_out receives the descriptor.
 unsigned char* MapArea(bool create, int* fd_out) {
   std::lock_guard<std::mutex> writers(g_write_mutex);
-  DevPath path(kAreaPath);
-  if (!path.ok()) return static_cast<unsigned char*>(MAP_FAILED);
-  DevPath dir("/dev");
-  if (create) mkdir(dir, 0755);
+  android::base::unique_fd root = orba::platform::OpenDeviceRoot();
+  if (root.get() < 0) return static_cast<unsigned char*>(MAP_FAILED);
+  if (create) mkdirat(root.get(), "dev", 0755);
   // The device's services map this file shared and write into it as root: neither "/dev" nor the
-  // file may be a link, or a planted one would have them write into a file of the host.
-  int dir_fd = open(dir, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  // file may be a link, even one that stays inside the root.
+  int dir_fd = orba::platform::OpenBeneath(root.get(), "/dev", O_PATH | O_DIRECTORY | O_NOFOLLOW)
+                   .release();
   if (dir_fd < 0) return static_cast<unsigned char*>(MAP_FAILED);
   const char* leaf = kAreaPath + strlen("/dev/");
   int fd = openat(dir_fd, leaf, O_RDWR | O_NOFOLLOW | O_CLOEXEC | (create ? O_CREAT : 0), 0666);

@@ -142,16 +142,15 @@ int Status(const SimContext& ctx) {
 }
 
 int Env(const SimContext& ctx) {
+  // No LD_LIBRARY_PATH: the programs find their libraries through their run paths, and the
+  // library finds the device's vendor libraries in its /vendor/lib64 itself (DevLibrary). A
+  // device directory on the loader's path would serve every program of the shell from it.
   const char* path = getenv("PATH");
-  const char* ld = getenv("LD_LIBRARY_PATH");
-  std::string lib_path = ctx.root + kVendorLibDir + ":" + ctx.lib_dir +
-                         (ld != nullptr && *ld != '\0' ? ":" + std::string(ld) : "");
   printf("export ORBA_DEVICE_ROOT=%s\n", ShellQuote(ctx.root).c_str());
   printf("export PATH=%s\n",
          ShellQuote(ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" + ctx.bin_dir + ":" +
                     (path != nullptr ? path : "/usr/bin:/bin"))
              .c_str());
-  printf("export LD_LIBRARY_PATH=%s\n", ShellQuote(lib_path).c_str());
   return kExitOk;
 }
 
