@@ -13,6 +13,8 @@
 #include <deque>
 #include <vector>
 
+#include <android/log.h>
+#include <platform/host/device_owner.h>
 #include <platform/host/device_root.h>
 
 namespace orba::platform {
@@ -176,7 +178,22 @@ unique_fd OpenDeviceRoot() {
     errno = ENOENT;
     return unique_fd();
   }
-  return unique_fd(open(root, O_PATH | O_DIRECTORY | O_CLOEXEC));  // host path: the device root
+  // host path: the device root, never a link in its own name (init makes it a directory)
+  unique_fd fd(open(root, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (fd.get() < 0) return fd;
+  std::string why;
+  if (!RootStillOwned(fd.get(), root, &why)) {
+    // Once per root: every path of every call would otherwise say it again.
+    static std::atomic<uint32_t> told{0};
+    const uint32_t generation = orba_device_root_generation();
+    if (told.exchange(generation) != generation) {
+      __android_log_print(ANDROID_LOG_ERROR, "_O_EM_LOG", "%d:%s(): %s\n", __LINE__, __func__,
+                          why.c_str());
+    }
+    errno = EACCES;
+    return unique_fd();
+  }
+  return fd;
 }
 
 bool OpenParentBeneath(int root_fd, std::string_view path, unique_fd* dir, std::string* leaf) {

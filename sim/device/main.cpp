@@ -15,6 +15,7 @@
 #include <cutils/properties.h>
 #include <platform/devpath.h>
 #include <platform/host/device_init.h>
+#include <platform/host/device_owner.h>
 #include <platform/host/device_root.h>
 
 #include "device_layout.h"
@@ -228,6 +229,8 @@ int main(int argc, char** argv) {
     return Init(ctx, profile);
   }
   if (command == "env") return Env(ctx);
+  std::string why;
+  if (!orba::platform::CurrentRootUsable(&why)) return Fail(why);
   if (!IsDevice()) {
     return Fail(ctx.root + " is not a simulated device (create one: orbafactory-sim init --root " +
                 ctx.root + ")");
