@@ -211,6 +211,7 @@ std::string SendFingerprintMessage(const std::string& message) {
   unique_fd fd(socket_local_client(DevSocketName(kFingerprintSocket),
                                    ANDROID_SOCKET_NAMESPACE_ABSTRACT, SOCK_STREAM));
   if (fd.get() < 0) return "refused error";
+  if (!DevSocketPeerTrusted(fd.get(), kFingerprintSocket)) return "refused error";
   timeval tv{3, 0};
   setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
   setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof(tv));

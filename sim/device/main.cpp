@@ -133,7 +133,9 @@ int Status(const SimContext& ctx) {
   printf("model       %s\n", model);
   for (const ServiceSpec& s : DeviceServices()) {
     pid_t pid = ServicePid(ctx, s);
-    if (pid != 0) {
+    if (pid != 0 && !ServiceAnswers(s, pid)) {
+      printf("%-24s not answering as itself (pid %d; see logcat)\n", s.name, pid);
+    } else if (pid != 0) {
       printf("%-24s running (pid %d)\n", s.name, pid);
     } else {
       printf("%-24s stopped\n", s.name);

@@ -48,6 +48,9 @@ class DevSocketName {
   const char* name_;
 };
 
+// On the phone a reserved socket's SELinux label decides who may listen on it.
+inline bool DevSocketPeerTrusted(int /*fd*/, const char* /*name*/) { return true; }
+
 #else  // host
 
 #include <platform/host/device_root.h>
@@ -128,6 +131,13 @@ class DevSocketName {
  private:
   char buf_[108];  // sun_path
 };
+
+// Whether the process answering a connection to a device socket is the device's: a host's
+// abstract names are anyone's to take first, so a client asks before it sends a byte (the
+// refusal is logged with who answered).
+inline bool DevSocketPeerTrusted(int fd, const char* name) {
+  return orba_device_socket_trusted(fd, name) != 0;
+}
 
 #endif
 

@@ -48,6 +48,10 @@ __attribute__((visibility("default"))) int orba_confine_device_path(const char* 
 __attribute__((visibility("default"))) void orba_device_socket_name(const char* name, char* out,
                                                                     size_t out_size);
 
+// 1 when the listener at the other end of the connected socket `fd` runs as the device's owner
+// or as root; else 0, with who it is logged against `name`.
+__attribute__((visibility("default"))) int orba_device_socket_trusted(int fd, const char* name);
+
 #ifdef __cplusplus
 }
 #endif
