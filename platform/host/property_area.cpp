@@ -10,6 +10,8 @@
 #include <unistd.h>
 
 #include <limits.h>
+
+#include <algorithm>
 #include <mutex>
 #include <vector>
 
@@ -122,6 +124,35 @@ class FileLock {
   int fd_;
 };
 
+// Gives the area file all its blocks, or fails (ENOSPC) leaving its size as it was.
+bool AllocateWhole(int fd) {
+  int rc;
+  do {
+    rc = fallocate(fd, 0, 0, static_cast<off_t>(kAreaSize));
+  } while (rc != 0 && errno == EINTR);
+  if (rc == 0) return true;
+  if (errno != EOPNOTSUPP) return false;
+  // A filesystem without fallocate: write the zeros ourselves where the file has none yet.
+  struct stat st;
+  if (fstat(fd, &st) != 0) return false;
+  static const unsigned char kZeros[4096] = {};
+  for (off_t at = st.st_size; at < static_cast<off_t>(kAreaSize);) {
+    size_t n = std::min(sizeof(kZeros), kAreaSize - static_cast<size_t>(at));
+    ssize_t w = pwrite(fd, kZeros, n, at);
+    if (w < 0 && errno == EINTR) continue;
+    if (w <= 0) {
+      const int err = errno;
+      // Back to the size it had: every mapper refuses an area shorter than the layout.
+      while (ftruncate(fd, st.st_size) != 0 && errno == EINTR) {
+      }
+      errno = err;
+      return false;
+    }
+    at += w;
+  }
+  return true;
+}
+
 // Opens (and, with create, makes) the area file of the current root and maps it. Returns the
 // mapping or MAP_FAILED; *fd_out receives the descriptor.
 unsigned char* MapArea(bool create, int* fd_out) {
@@ -135,7 +166,9 @@ unsigned char* MapArea(bool create, int* fd_out) {
                    .release();
   if (dir_fd < 0) return static_cast<unsigned char*>(MAP_FAILED);
   const char* leaf = kAreaPath + strlen("/dev/");
-  int fd = openat(dir_fd, leaf, O_RDWR | O_NOFOLLOW | O_CLOEXEC | (create ? O_CREAT : 0), 0666);
+  // The device's own user and root only: whoever can open the area can also hold its writers'
+  // lock and freeze every property write of the device.
+  int fd = openat(dir_fd, leaf, O_RDWR | O_NOFOLLOW | O_CLOEXEC | (create ? O_CREAT : 0), 0600);
   if (fd < 0 && !create) fd = openat(dir_fd, leaf, O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
   close(dir_fd);
   if (fd < 0) return static_cast<unsigned char*>(MAP_FAILED);
@@ -149,8 +182,9 @@ unsigned char* MapArea(bool create, int* fd_out) {
   }
   if (create) {
     FileLock lock(fd, true);
-    if (fstat(fd, &st) != 0 ||
-        (static_cast<size_t>(st.st_size) < kAreaSize && ftruncate(fd, kAreaSize) != 0)) {
+    // Every block allocated now: a hole met later through the mapping, on a full disk, would
+    // be SIGBUS in whichever process first wrote a new property there.
+    if (fchmod(fd, 0600) != 0 || !AllocateWhole(fd)) {
       close(fd);
       return static_cast<unsigned char*>(MAP_FAILED);
     }
