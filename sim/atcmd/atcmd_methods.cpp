@@ -97,11 +97,64 @@ std::string ExecSystemCmd(const std::string& command) {
 
 std::string ReadSystemFile(std::string_view path) { return ReadDevice(path, kMaxFileText); }
 
+namespace {
+
+// A write that replaces a regular file's content (O_TRUNC, or a new file) goes to a fresh file
+// beside it, renamed over it once whole: a full disk or a dying service leaves the old file,
+// never a truncated one with part of the new. -errno, 0 when done, or 1 when the target is not
+// a plain file of that directory (a link, a node) and is written in place instead.
+int32_t ReplaceWhole(std::string_view path, int32_t open_flags, std::string_view data) {
+  unique_fd dir;
+  std::string leaf;
+  if (!OpenParentInDevice(path, &dir, &leaf)) return -errno;
+  struct stat old;
+  const bool exists = fstatat(dir.get(), leaf.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0;
+  if (!exists && errno != ENOENT) return -errno;
+  if (exists && (open_flags & O_CREAT) != 0 && (open_flags & O_EXCL) != 0) return -EEXIST;
+  if (!exists && (open_flags & O_CREAT) == 0) return -ENOENT;
+  // A file this service could not give back to its owner is written in place.
+  if (exists && (!S_ISREG(old.st_mode) || (geteuid() != 0 && old.st_uid != geteuid()))) return 1;
+  const mode_t mode = exists ? (old.st_mode & 07777) : 0660;
+  std::string tmp;
+  unique_fd out = CreateTempFile(dir.get(), leaf, mode, &tmp);
+  if (out.get() < 0) return -errno;
+  bool ok = WriteAll(out.get(), data.data(), data.size()) &&
+            (!exists || geteuid() != 0 || fchown(out.get(), old.st_uid, old.st_gid) == 0) &&
+            (!exists || fchmod(out.get(), mode) == 0) &&
+            fdatasync(out.get()) == 0;
+  int err = errno;
+  out.reset();
+  if (!ok || renameat(dir.get(), tmp.c_str(), dir.get(), leaf.c_str()) != 0) {
+    if (ok) err = errno;
+    unlinkat(dir.get(), tmp.c_str(), 0);
+    return -err;
+  }
+  return 0;
+}
+
+}  // namespace
+
 int32_t WriteSystemFile(std::string_view path, int32_t open_flags, std::string_view data) {
   // The client's flags decide how the file is opened, never how its path is resolved.
-  unique_fd fd = OpenInDevice(path, open_flags & ~(O_PATH | O_TMPFILE | O_DIRECTORY), 0660);
+  open_flags &= ~(O_PATH | O_TMPFILE | O_DIRECTORY);
+  if ((open_flags & O_ACCMODE) != O_RDONLY && (open_flags & O_APPEND) == 0 &&
+      ((open_flags & O_TRUNC) != 0 || (open_flags & O_CREAT) != 0)) {
+    int32_t replaced = ReplaceWhole(path, open_flags, data);
+    if (replaced <= 0) return replaced;
+  }
+  unique_fd fd = OpenInDevice(path, open_flags, 0660);
   if (fd.get() < 0) return -errno;
-  if (!WriteAll(fd.get(), data.data(), data.size())) return -errno;
+  // An append cut short by a full disk is taken back: the old file, or the whole new part.
+  struct stat before;
+  const bool regular = fstat(fd.get(), &before) == 0 && S_ISREG(before.st_mode);
+  if (!WriteAll(fd.get(), data.data(), data.size())) {
+    const int err = errno;
+    if (regular && (open_flags & O_APPEND) != 0) {
+      while (ftruncate(fd.get(), before.st_size) != 0 && errno == EINTR) {
+      }
+    }
+    return -err;
+  }
   fdatasync(fd.get());
   return 0;
 }
