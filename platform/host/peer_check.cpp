@@ -1,12 +1,16 @@
 #include <platform/host/peer_check.h>
 
 #include <errno.h>
+#include <stdint.h>
+#include <time.h>
 #include <stddef.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+#include <mutex>
 
 #include <android/log.h>
 #include <platform/host/device_root.h>
@@ -19,6 +23,39 @@ bool UidMayCall(uid_t peer_uid, uid_t service_uid) {
   return peer_uid == 0 || peer_uid == service_uid;
 }
 
+namespace {
+
+// Refusals are logged at most kRefusalsPerWindow per window of kRefusalWindowMs, the rest
+// counted and reported with the next logged one: another user connecting in a loop would
+// otherwise grow the device log without end.
+constexpr int kRefusalsPerWindow = 20;
+constexpr int64_t kRefusalWindowMs = 10000;
+
+bool RefusalLogAllowed(uint64_t* unlogged_before) {
+  static std::mutex mu;
+  static int64_t window_start = -kRefusalWindowMs;
+  static int logged = 0;
+  static uint64_t dropped = 0;
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const int64_t ms = static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+  std::lock_guard<std::mutex> lock(mu);
+  if (ms - window_start >= kRefusalWindowMs) {
+    window_start = ms;
+    logged = 0;
+  }
+  if (logged >= kRefusalsPerWindow) {
+    ++dropped;
+    return false;
+  }
+  ++logged;
+  *unlogged_before = dropped;
+  dropped = 0;
+  return true;
+}
+
+}  // namespace
+
 bool PeerAllowed(int fd, const char* service) {
   ucred peer{};
   socklen_t len = sizeof(peer);
@@ -29,6 +66,12 @@ bool PeerAllowed(int fd, const char* service) {
   }
   const uid_t own = geteuid();
   if (UidMayCall(peer.uid, own)) return true;
+  uint64_t unlogged = 0;
+  if (!RefusalLogAllowed(&unlogged)) return false;
+  if (unlogged > 0) {
+    __android_log_print(ANDROID_LOG_WARN, "orba_peer", "%s: %llu more caller(s) refused, not logged",
+                        service, static_cast<unsigned long long>(unlogged));
+  }
   if (own == 0) {
     __android_log_print(ANDROID_LOG_WARN, "orba_peer",
                         "%s: refused pid %d uid %u (serves root only)", service,

@@ -15,6 +15,7 @@
 
 #include <android/log.h>
 #include <platform/devpath.h>
+#include <platform/host/hal_server.h>
 
 #include "atcmd_service.h"
 #include "child_process.h"
@@ -89,7 +90,8 @@ void SetSystemProperty(const std::string& key, const std::string& value) {
 
 std::string ExecSystemCmd(const std::string& command) {
   std::string output;
-  int status = RunInDevice({"/bin/sh", "-c", command}, &output, kMaxFileText);
+  int status = RunInDevice({"/bin/sh", "-c", command}, &output, kMaxFileText,
+                           hal::HalServer::CurrentConnection(), kCommandTimeLimitMs);
   SVC_LOG(ANDROID_LOG_DEBUG, "execSystemCmd '%s' exit %d, %zu bytes", command.c_str(), status,
           output.size());
   return output;
@@ -250,13 +252,21 @@ int32_t KpWriteFile(std::string_view bytes, int32_t size) {
 
 std::string Md5SystemFile(std::string_view path) {
   unique_fd fd = OpenInDevice(path, O_RDONLY);
-  std::string content;
-  if (fd.get() < 0 || !ReadAll(fd.get(), &content, SIZE_MAX)) return "";
+  if (fd.get() < 0) return "";
+  // Streamed through a fixed buffer: the file may be larger than the service's memory.
+  std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> ctx(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+  if (ctx == nullptr || EVP_DigestInit_ex(ctx.get(), EVP_md5(), nullptr) != 1) return "";
+  unsigned char buf[65536];
+  for (;;) {
+    ssize_t n = read(fd.get(), buf, sizeof(buf));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return "";
+    if (n == 0) break;
+    if (EVP_DigestUpdate(ctx.get(), buf, static_cast<size_t>(n)) != 1) return "";
+  }
   unsigned char digest[EVP_MAX_MD_SIZE];
   unsigned int len = 0;
-  if (EVP_Digest(content.data(), content.size(), digest, &len, EVP_md5(), nullptr) != 1) {
-    return "";
-  }
+  if (EVP_DigestFinal_ex(ctx.get(), digest, &len) != 1) return "";
   return std::string(reinterpret_cast<const char*>(digest), len);
 }
 
