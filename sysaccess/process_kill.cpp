@@ -214,6 +214,10 @@ extern "C" ORBA_EXPORT int killprocess(const char* name) {
     pid_t pid;
     // Never the caller itself: its own command line may well contain the name it looks for.
     if (!ParsePid(field, &pid) || pid == getpid()) continue;
+    if (!DevOwnsProcess(pid)) {
+      ORBA_LOGE("pid %s is not a process of this device, left alone", field);
+      continue;
+    }
     int ret = kill(pid, SIGTERM);
     ORBA_LOGE("kill:%s, ret:%d\n", field, ret);
   }

@@ -51,8 +51,12 @@ class DevSocketName {
 // On the phone a reserved socket's SELinux label decides who may listen on it.
 inline bool DevSocketPeerTrusted(int /*fd*/, const char* /*name*/) { return true; }
 
+// On the phone every process is the device's.
+inline bool DevOwnsProcess(int /*pid*/) { return true; }
+
 #else  // host
 
+#include <platform/host/device_process.h>
 #include <platform/host/device_root.h>
 
 // On a host the kernel resolves a device path beneath the device's root only when asked to
@@ -138,6 +142,10 @@ class DevSocketName {
 inline bool DevSocketPeerTrusted(int fd, const char* name) {
   return orba_device_socket_trusted(fd, name) != 0;
 }
+
+// Whether a host process is one of the simulated device's (its ps lists only those, but what a
+// tool prints is only text): the others are none of the library's business to signal.
+inline bool DevOwnsProcess(int pid) { return orba_process_of_device(pid) != 0; }
 
 #endif
 
