@@ -62,8 +62,11 @@ inline bool DevOwnsProcess(int /*pid*/) { return true; }
 // On a host the kernel resolves a device path beneath the device's root only when asked to
 // (openat2), and the library's calls take plain paths. So the path is resolved inside the root
 // here, links included, and what the call receives names the result through a descriptor this
-// object holds until the call has been made: the kernel cannot be sent outside the root by a link
-// planted in it, nor by a directory swapped for a link in the meantime.
+// object holds until the call has been made ("/proc/self/fd/N", or "/proc/self/fd/N/name" for a
+// name still to be made in directory N): the kernel cannot be sent outside the root by a link
+// planted in it, nor by a directory on the way swapped for a link in the meantime. What it
+// cannot cover is a link planted at a name that did not exist yet, in the moment between this
+// and the call that creates it.
 class DevPath {
  public:
   explicit DevPath(const char* device_path) : DevPath(device_path, 1) {}
