@@ -40,7 +40,9 @@ struct HalServer::State {
 namespace {
 
 constexpr int kInitialWorkers = 4;
-constexpr int kMaxWorkers = 64;
+// Generous: a worker costs a thread, and requests are read by workers, so the pool bounds how
+// many slow callers it takes (each for at most kRequestWithinMs) to keep the others waiting.
+constexpr int kMaxWorkers = 256;
 // A client that connects and then goes quiet must not pin a worker for ever, nor one that sends
 // a byte now and then: its whole request must be in within kRequestWithinMs.
 constexpr int kIoTimeoutSeconds = 5;
