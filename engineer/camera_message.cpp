@@ -29,8 +29,10 @@ constexpr size_t kRequestSize = 1024;
 #define CAMERA_LOGE(...) ORBA_LOG_AS(ANDROID_LOG_ERROR, "sendMessageToCamera", __VA_ARGS__)
 
 unique_fd ConnectCamera() {
-  return unique_fd(socket_local_client(DevSocketName("CameraSocketService"),
-                                       ANDROID_SOCKET_NAMESPACE_ABSTRACT, SOCK_STREAM));
+  unique_fd fd(socket_local_client(DevSocketName("CameraSocketService"),
+                                   ANDROID_SOCKET_NAMESPACE_ABSTRACT, SOCK_STREAM));
+  if (fd.get() >= 0 && !DevSocketPeerTrusted(fd.get(), "CameraSocketService")) fd.reset();
+  return fd;
 }
 
 // The app needs a moment after being started before its socket listens; a start that found it
@@ -38,6 +40,11 @@ unique_fd ConnectCamera() {
 unique_fd ConnectStartingCamera() {
   unique_fd fd = ConnectCamera();
   if (fd.get() >= 0) return fd;
+  // Someone we may not talk to holds the name: starting the app again cannot change that.
+  if (errno == EACCES) {
+    CAMERA_LOGE("the camera socket is not the camera app's, exit");
+    return fd;
+  }
   CAMERA_LOGE("connect to server failed, try to start...");
   for (int pass = 0; pass < kStartPasses; ++pass) {
     CAMERA_LOGE("still failed, try to start CameraSocketService");
@@ -47,6 +54,10 @@ unique_fd ConnectStartingCamera() {
       fd = ConnectCamera();
       if (fd.get() >= 0) {
         CAMERA_LOGD("Now the server is ready.");
+        return fd;
+      }
+      if (errno == EACCES) {
+        CAMERA_LOGE("the camera socket is not the camera app's, exit");
         return fd;
       }
       CAMERA_LOGE("still failed, try again");

@@ -25,7 +25,7 @@ struct DirCloser {
 bool IsDirectory(const char* path, const dirent* entry) {
   if (entry->d_type != DT_UNKNOWN) return entry->d_type == DT_DIR;
   struct stat st;
-  return lstat(DevPath(path), &st) == 0 && S_ISDIR(st.st_mode);
+  return lstat(DevPathNoFollow(path), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
 // Places one file of a tree; the source goes only once a good copy is in place.
@@ -33,13 +33,13 @@ void MoveFile(const char* src, const char* dst) {
   if (fbe_copy_file(src, dst) != 0) return;
   orba::fbe::FinishPlacedFile(dst);
   if (ckeck_zip_signature(dst) == 0) {
-    remove(DevPath(src));
+    remove(DevPathNoFollow(src));
     return;
   }
-  remove(DevPath(dst));
+  remove(DevPathNoFollow(dst));
   int rc = fbe_copy_file(src, dst);
   orba::fbe::FinishPlacedFile(dst);
-  if (rc == 0) remove(DevPath(src));
+  if (rc == 0) remove(DevPathNoFollow(src));
 }
 
 }  // namespace
@@ -86,7 +86,7 @@ extern "C" ORBA_EXPORT int copy_file_loop(const char* src_dir, const char* dst_d
     }
   }
   // Succeeds only once everything inside has moved.
-  remove(DevPath(src_dir));
+  remove(DevPathNoFollow(src_dir));
   if (placed == 0) {
     ORBA_LOGD("%s is empty", src_dir);
     return -1;

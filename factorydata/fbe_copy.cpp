@@ -52,7 +52,7 @@ extern "C" ORBA_EXPORT int fbe_copy_file(const char* src, const char* dst) {
     ORBA_LOGD("fsize %lu Error:%s", left, strerror(errno));
     return -1;
   }
-  remove(DevPath(dst));
+  remove(DevPathNoFollow(dst));
   // Created without any access bits; the placed-file permissions are applied afterwards.
   // Written beside the destination and renamed into place once every byte is in: a copy cut
   // short leaves no partial file under the final name.
@@ -100,7 +100,7 @@ extern "C" ORBA_EXPORT int fbe_copy_file_and_check(const char* src, const char* 
   int placed = fbe_copy_file(src, dst);
   orba::fbe::FinishPlacedFile(dst);
   if (ckeck_zip_signature(dst) != 0) {
-    remove(DevPath(dst));
+    remove(DevPathNoFollow(dst));
     placed = fbe_copy_file(src, dst);
     orba::fbe::FinishPlacedFile(dst);
     if (placed != 0) return placed;
@@ -108,7 +108,7 @@ extern "C" ORBA_EXPORT int fbe_copy_file_and_check(const char* src, const char* 
   if ((remove_src & 1) != 0) {
     // The source is the only good copy while the placed one is incomplete: it stays.
     if (placed == 0) {
-      remove(DevPath(src));
+      remove(DevPathNoFollow(src));
     } else {
       ORBA_LOGE("copy %s > %s incomplete, source kept", src, dst);
     }
@@ -120,5 +120,5 @@ extern "C" ORBA_EXPORT int copy_files_before_init(const char* src, const char* d
   int rc = fbe_copy_file(src, dst);
   if (rc != 0) return rc;
   orba::fbe::FinishPlacedFile(dst);
-  return remove(DevPath(src));
+  return remove(DevPathNoFollow(src));
 }

@@ -25,7 +25,7 @@
 namespace orba::persist {
 
 FILE* RecreateCaptureFile(const char* path) {
-  remove(DevPath(path));
+  remove(DevPathNoFollow(path));
   // "e": the capture file must not leak into the logcat child or anything else started later.
   return fopen(DevPath(path), "w+e");
 }

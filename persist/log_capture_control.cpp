@@ -45,8 +45,8 @@ int Broadcast(const char* action, const char* extras) {
 extern "C" int clear_factory_log(const char* dir) {
   if (dir == nullptr) return -1;
   if (strcmp(dir, kEngineerModeDir) == 0) {
-    remove(DevPath(kFactoryAdbLog));
-    remove(DevPath(kFactoryKernelLog));
+    remove(DevPathNoFollow(kFactoryAdbLog));
+    remove(DevPathNoFollow(kFactoryKernelLog));
     return 0;
   }
   for (const char* path : kCacheLogs) orbaatcmd_remove_system_file(path);

@@ -23,8 +23,8 @@ int ReplaceTextView(const char* device_path, const char* text, size_t len) {
   static std::atomic<unsigned> sequence{0};
   const std::string temp_name = android::base::StringPrintf(
       "%s.%d.%u.tmp", device_path, static_cast<int>(getpid()), sequence.fetch_add(1));
-  DevPath temp(temp_name.c_str());
-  DevPath target(device_path);
+  DevPathNoFollow temp(temp_name.c_str());
+  DevPathNoFollow target(device_path);
 
   android::base::unique_fd fd(
       open(temp, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0664));

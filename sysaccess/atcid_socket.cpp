@@ -34,6 +34,7 @@ extern "C" ORBA_EXPORT char* atcmd_execute_vendor(const char* cmd) {
     ORBA_LOGE("socket_local_client err:%s", strerror(errno));
     return Fail();
   }
+  if (!DevSocketPeerTrusted(fd.get(), "atcid_vendor_socket")) return Fail();
   ORBA_LOGE("sendmsg: %s to %d", cmd, fd.get());
   if (send(fd.get(), cmd, strlen(cmd), MSG_NOSIGNAL) < 0) {
     ORBA_LOGE("send err:%s", strerror(errno));

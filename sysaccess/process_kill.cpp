@@ -131,7 +131,7 @@ int KillMatching(const std::string& device_prefix, int signal, Matches matches) 
     LOG(ERROR) << "Refusing an empty path prefix";
     return -1;
   }
-  DevPath resolved(device_prefix.c_str());
+  DevPathText resolved(device_prefix.c_str());
   if (!resolved.ok()) {
     LOG(ERROR) << "Cannot resolve prefix " << device_prefix;
     return -1;
@@ -214,6 +214,10 @@ extern "C" ORBA_EXPORT int killprocess(const char* name) {
     pid_t pid;
     // Never the caller itself: its own command line may well contain the name it looks for.
     if (!ParsePid(field, &pid) || pid == getpid()) continue;
+    if (!DevOwnsProcess(pid)) {
+      ORBA_LOGE("pid %s is not a process of this device, left alone", field);
+      continue;
+    }
     int ret = kill(pid, SIGTERM);
     ORBA_LOGE("kill:%s, ret:%d\n", field, ret);
   }

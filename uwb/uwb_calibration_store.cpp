@@ -1,12 +1,13 @@
 // The UWB calibration store library writes calibration results where the radio stack reads them
-// at boot. It is loaded for each call and unloaded after, by its bare name, so the system's
-// library path decides which store a device has.
+// at boot. It is loaded for each call and unloaded after, by its bare name, so the vendor
+// libraries of the device decide which store it has.
 
 #include <dlfcn.h>
 #include <errno.h>
 #include <stdint.h>
 
 #include <orbafactory/uwb.h>
+#include <platform/devpath.h>
 #include <platform/log.h>
 
 namespace {
@@ -15,8 +16,8 @@ constexpr const char* kStoreLibrary = "libuwbrwpersist.so";
 
 class StoreLibrary {
  public:
-  // A bare library name, not a path: the loader's search path finds it.
-  StoreLibrary() : handle_(dlopen(kStoreLibrary, RTLD_LAZY)) {  // host path: loader search
+  // A bare library name, not a path: the vendor linker namespace finds it.
+  StoreLibrary() : handle_(dlopen(DevLibrary(kStoreLibrary), RTLD_LAZY)) {
     if (handle_ == nullptr) ORBA_LOGE("dlopen uwb save data lib fail. errno:%d", errno);
   }
   ~StoreLibrary() {

@@ -19,13 +19,13 @@ namespace {
 // Each of these resolves one path in its own frame, so the recursive walk below does not carry a
 // resolved-path buffer per level of depth.
 __attribute__((noinline)) int LstatAt(const std::string& path, struct stat* st) {
-  return lstat(DevPath(path.c_str()), st);
+  return lstat(DevPathNoFollow(path.c_str()), st);
 }
 __attribute__((noinline)) int UnlinkAt(const std::string& path) {
-  return unlink(DevPath(path.c_str()));
+  return unlink(DevPathNoFollow(path.c_str()));
 }
 __attribute__((noinline)) int RmdirAt(const std::string& path) {
-  return rmdir(DevPath(path.c_str()));
+  return rmdir(DevPathNoFollow(path.c_str()));
 }
 __attribute__((noinline)) DIR* OpendirAt(const std::string& path) {
   return opendir(DevPath(path.c_str()));

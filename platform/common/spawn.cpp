@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <pthread.h>
 #include <signal.h>
 #include <string.h>
@@ -103,6 +104,22 @@ std::vector<char*> Pointers(std::vector<std::string>& strings) {
   return out;
 }
 
+// A program named through a descriptor of this process (DevPath on a host names what it resolved
+// inside the device root so) is executed by the name the kernel keeps for that descriptor: the
+// child closes every inherited descriptor before exec, and a script's interpreter opens the
+// script by name after exec in any case.
+std::string ExecutableName(const char* program) {
+  static constexpr char kFdDir[] = "/proc/self/fd/";
+  if (strncmp(program, kFdDir, sizeof(kFdDir) - 1) != 0) return program;
+  const char* number = program + sizeof(kFdDir) - 1;
+  const char* rest = strchr(number, '/');
+  std::string link(program, rest != nullptr ? static_cast<size_t>(rest - program) : strlen(program));
+  char target[PATH_MAX];
+  ssize_t n = readlink(link.c_str(), target, sizeof(target) - 1);  // host path: our own fd table
+  if (n <= 0 || target[0] != '/') return program;
+  return std::string(target, static_cast<size_t>(n)) + (rest != nullptr ? rest : "");
+}
+
 }  // namespace
 
 std::vector<std::string> EnvironmentWith(const std::vector<std::string>& overrides) {
@@ -130,6 +147,8 @@ pid_t StartChild(const char* program, const std::vector<std::string>& argv,
     return -1;
   }
   // Everything the child needs is made here, before fork.
+  const std::string executable = ExecutableName(program);
+  program = executable.c_str();
   std::vector<std::string> args(argv);
   std::vector<char*> argp = Pointers(args);
   std::vector<std::string> env = options.env.empty() ? EnvironmentWith({}) : options.env;

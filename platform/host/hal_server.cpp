@@ -40,9 +40,16 @@ struct HalServer::State {
 namespace {
 
 constexpr int kInitialWorkers = 4;
-constexpr int kMaxWorkers = 64;
-// A client that connects and then goes quiet must not pin a worker for ever.
+// Generous: a worker costs a thread, and requests are read by workers, so the pool bounds how
+// many slow callers it takes (each for at most kRequestWithinMs) to keep the others waiting.
+constexpr int kMaxWorkers = 256;
+// A client that connects and then goes quiet must not pin a worker for ever, nor one that sends
+// a byte now and then: its whole request must be in within kRequestWithinMs.
 constexpr int kIoTimeoutSeconds = 5;
+constexpr int kRequestWithinMs = 5000;
+
+// The connection this thread is serving, for a handler that must notice its caller leaving.
+thread_local int t_connection = -1;
 
 void SendStatus(int fd, int32_t status) {
   WireWriter w;
@@ -55,7 +62,7 @@ void Serve(HalServer::State& s, int fd) {
   std::string body;
   // A connection that closes without a request is a registration probe; one that sends a
   // truncated or oversized frame is dropped. Either way nothing else is affected.
-  if (!WireReceive(fd, &body)) return;
+  if (!WireReceive(fd, &body, kRequestWithinMs)) return;
   WireReader args(body);
   uint32_t slot = 0;
   if (!args.GetUint32(&slot)) {
@@ -63,7 +70,9 @@ void Serve(HalServer::State& s, int fd) {
     return;
   }
   WireWriter results;
+  t_connection = fd;
   int status = s.handler(slot, args, results);
+  t_connection = -1;
   if (status != 0) {
     SendStatus(fd, status);
     return;
@@ -132,6 +141,8 @@ void Worker(std::shared_ptr<HalServer::State> s) {
 }
 
 }  // namespace
+
+int HalServer::CurrentConnection() { return t_connection; }
 
 HalServer::HalServer(const char* descriptor, const char* instance, Handler handler)
     : name_(HalSocketName(descriptor, instance)), handler_(std::move(handler)) {}

@@ -1,9 +1,12 @@
 #include <platform/hal_wire.h>
 
 #include <errno.h>
+#include <poll.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <chrono>
 
 #include <android-base/file.h>
 
@@ -121,23 +124,55 @@ bool WireSend(int fd, const std::string& framed) {
   return true;
 }
 
-bool WireReceive(int fd, std::string* body) {
+namespace {
+
+// Reads what is there, up to `size` bytes, once something is, waiting no later than `deadline`
+// (no limit when it is the epoch). 0 at the end of the stream, -1 with errno on error.
+ssize_t ReadBy(int fd, char* buf, size_t size,
+               std::chrono::steady_clock::time_point deadline) {
+  for (;;) {
+    if (deadline.time_since_epoch().count() != 0) {
+      auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+          deadline - std::chrono::steady_clock::now());
+      pollfd p{fd, POLLIN, 0};
+      int n = left.count() > 0 ? poll(&p, 1, static_cast<int>(left.count())) : 0;
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) return -1;
+      if (n == 0) {
+        errno = ETIMEDOUT;
+        return -1;
+      }
+    }
+    ssize_t n = read(fd, buf, size);
+    if (n < 0 && errno == EINTR) continue;
+    return n;
+  }
+}
+
+}  // namespace
+
+bool WireReceive(int fd, std::string* body, int within_ms) {
+  std::chrono::steady_clock::time_point deadline{};
+  if (within_ms >= 0) deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(within_ms);
   // Small messages, the usual case, arrive in one read together with their length.
   char first[4096];
   size_t got = 0;
   while (got < 4) {
-    ssize_t n = read(fd, first + got, sizeof(first) - got);
-    if (n < 0 && errno == EINTR) continue;
+    ssize_t n = ReadBy(fd, first + got, sizeof(first) - got, deadline);
     if (n <= 0) return false;
     got += static_cast<size_t>(n);
   }
   uint32_t len = Le32(first);
   if (len > kHalMaxMessage || got - 4 > len) return false;  // more than announced: malformed
   body->assign(first + 4, got - 4);
-  if (body->size() == len) return true;
   size_t have = body->size();
   body->resize(len);
-  return android::base::ReadFully(fd, body->data() + have, len - have);
+  while (have < len) {
+    ssize_t n = ReadBy(fd, body->data() + have, len - have, deadline);
+    if (n <= 0) return false;
+    have += static_cast<size_t>(n);
+  }
+  return true;
 }
 
 std::string HalSocketName(const char* descriptor, const char* instance) {

@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include <platform/devpath.h>
+#include <platform/host/peer_check.h>
 
 namespace orba::platform {
 
@@ -44,6 +45,7 @@ unique_fd ConnectDeviceSocket(const char* device_name) {
     rc = connect(fd.get(), addr.get(), addr.size);
   } while (rc != 0 && errno == EINTR);
   if (rc != 0) return unique_fd();
+  if (!orba::host::ServerTrusted(fd.get(), device_name)) return unique_fd();
   return fd;
 }
 

@@ -10,11 +10,13 @@
 #include <unistd.h>
 
 #include <limits.h>
+
+#include <algorithm>
 #include <mutex>
 #include <vector>
 
 #include <android/log.h>
-#include <platform/devpath.h>
+#include <platform/host/in_root.h>
 #include <platform/host/device_root.h>
 
 namespace orba::host {
@@ -122,20 +124,51 @@ class FileLock {
   int fd_;
 };
 
+// Gives the area file all its blocks, or fails (ENOSPC) leaving its size as it was.
+bool AllocateWhole(int fd) {
+  int rc;
+  do {
+    rc = fallocate(fd, 0, 0, static_cast<off_t>(kAreaSize));
+  } while (rc != 0 && errno == EINTR);
+  if (rc == 0) return true;
+  if (errno != EOPNOTSUPP) return false;
+  // A filesystem without fallocate: write the zeros ourselves where the file has none yet.
+  struct stat st;
+  if (fstat(fd, &st) != 0) return false;
+  static const unsigned char kZeros[4096] = {};
+  for (off_t at = st.st_size; at < static_cast<off_t>(kAreaSize);) {
+    size_t n = std::min(sizeof(kZeros), kAreaSize - static_cast<size_t>(at));
+    ssize_t w = pwrite(fd, kZeros, n, at);
+    if (w < 0 && errno == EINTR) continue;
+    if (w <= 0) {
+      const int err = errno;
+      // Back to the size it had: every mapper refuses an area shorter than the layout.
+      while (ftruncate(fd, st.st_size) != 0 && errno == EINTR) {
+      }
+      errno = err;
+      return false;
+    }
+    at += w;
+  }
+  return true;
+}
+
 // Opens (and, with create, makes) the area file of the current root and maps it. Returns the
 // mapping or MAP_FAILED; *fd_out receives the descriptor.
 unsigned char* MapArea(bool create, int* fd_out) {
   std::lock_guard<std::mutex> writers(g_write_mutex);
-  DevPath path(kAreaPath);
-  if (!path.ok()) return static_cast<unsigned char*>(MAP_FAILED);
-  DevPath dir("/dev");
-  if (create) mkdir(dir, 0755);
+  android::base::unique_fd root = orba::platform::OpenDeviceRoot();
+  if (root.get() < 0) return static_cast<unsigned char*>(MAP_FAILED);
+  if (create) mkdirat(root.get(), "dev", 0755);
   // The device's services map this file shared and write into it as root: neither "/dev" nor the
-  // file may be a link, or a planted one would have them write into a file of the host.
-  int dir_fd = open(dir, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  // file may be a link, even one that stays inside the root.
+  int dir_fd = orba::platform::OpenBeneath(root.get(), "/dev", O_PATH | O_DIRECTORY | O_NOFOLLOW)
+                   .release();
   if (dir_fd < 0) return static_cast<unsigned char*>(MAP_FAILED);
   const char* leaf = kAreaPath + strlen("/dev/");
-  int fd = openat(dir_fd, leaf, O_RDWR | O_NOFOLLOW | O_CLOEXEC | (create ? O_CREAT : 0), 0666);
+  // The device's own user and root only: whoever can open the area can also hold its writers'
+  // lock and freeze every property write of the device.
+  int fd = openat(dir_fd, leaf, O_RDWR | O_NOFOLLOW | O_CLOEXEC | (create ? O_CREAT : 0), 0600);
   if (fd < 0 && !create) fd = openat(dir_fd, leaf, O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
   close(dir_fd);
   if (fd < 0) return static_cast<unsigned char*>(MAP_FAILED);
@@ -149,8 +182,9 @@ unsigned char* MapArea(bool create, int* fd_out) {
   }
   if (create) {
     FileLock lock(fd, true);
-    if (fstat(fd, &st) != 0 ||
-        (static_cast<size_t>(st.st_size) < kAreaSize && ftruncate(fd, kAreaSize) != 0)) {
+    // Every block allocated now: a hole met later through the mapping, on a full disk, would
+    // be SIGBUS in whichever process first wrote a new property there.
+    if (fchmod(fd, 0600) != 0 || !AllocateWhole(fd)) {
       close(fd);
       return static_cast<unsigned char*>(MAP_FAILED);
     }

@@ -15,6 +15,7 @@
 
 #include <android/log.h>
 #include <platform/devpath.h>
+#include <platform/host/hal_server.h>
 
 #include "atcmd_service.h"
 #include "child_process.h"
@@ -89,7 +90,8 @@ void SetSystemProperty(const std::string& key, const std::string& value) {
 
 std::string ExecSystemCmd(const std::string& command) {
   std::string output;
-  int status = RunInDevice({"/bin/sh", "-c", command}, &output, kMaxFileText);
+  int status = RunInDevice({"/bin/sh", "-c", command}, &output, kMaxFileText,
+                           hal::HalServer::CurrentConnection(), kCommandTimeLimitMs);
   SVC_LOG(ANDROID_LOG_DEBUG, "execSystemCmd '%s' exit %d, %zu bytes", command.c_str(), status,
           output.size());
   return output;
@@ -97,11 +99,64 @@ std::string ExecSystemCmd(const std::string& command) {
 
 std::string ReadSystemFile(std::string_view path) { return ReadDevice(path, kMaxFileText); }
 
+namespace {
+
+// A write that replaces a regular file's content (O_TRUNC, or a new file) goes to a fresh file
+// beside it, renamed over it once whole: a full disk or a dying service leaves the old file,
+// never a truncated one with part of the new. -errno, 0 when done, or 1 when the target is not
+// a plain file of that directory (a link, a node) and is written in place instead.
+int32_t ReplaceWhole(std::string_view path, int32_t open_flags, std::string_view data) {
+  unique_fd dir;
+  std::string leaf;
+  if (!OpenParentInDevice(path, &dir, &leaf)) return -errno;
+  struct stat old;
+  const bool exists = fstatat(dir.get(), leaf.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0;
+  if (!exists && errno != ENOENT) return -errno;
+  if (exists && (open_flags & O_CREAT) != 0 && (open_flags & O_EXCL) != 0) return -EEXIST;
+  if (!exists && (open_flags & O_CREAT) == 0) return -ENOENT;
+  // A file this service could not give back to its owner is written in place.
+  if (exists && (!S_ISREG(old.st_mode) || (geteuid() != 0 && old.st_uid != geteuid()))) return 1;
+  const mode_t mode = exists ? (old.st_mode & 07777) : 0660;
+  std::string tmp;
+  unique_fd out = CreateTempFile(dir.get(), leaf, mode, &tmp);
+  if (out.get() < 0) return -errno;
+  bool ok = WriteAll(out.get(), data.data(), data.size()) &&
+            (!exists || geteuid() != 0 || fchown(out.get(), old.st_uid, old.st_gid) == 0) &&
+            (!exists || fchmod(out.get(), mode) == 0) &&
+            fdatasync(out.get()) == 0;
+  int err = errno;
+  out.reset();
+  if (!ok || renameat(dir.get(), tmp.c_str(), dir.get(), leaf.c_str()) != 0) {
+    if (ok) err = errno;
+    unlinkat(dir.get(), tmp.c_str(), 0);
+    return -err;
+  }
+  return 0;
+}
+
+}  // namespace
+
 int32_t WriteSystemFile(std::string_view path, int32_t open_flags, std::string_view data) {
   // The client's flags decide how the file is opened, never how its path is resolved.
-  unique_fd fd = OpenInDevice(path, open_flags & ~(O_PATH | O_TMPFILE | O_DIRECTORY), 0660);
+  open_flags &= ~(O_PATH | O_TMPFILE | O_DIRECTORY);
+  if ((open_flags & O_ACCMODE) != O_RDONLY && (open_flags & O_APPEND) == 0 &&
+      ((open_flags & O_TRUNC) != 0 || (open_flags & O_CREAT) != 0)) {
+    int32_t replaced = ReplaceWhole(path, open_flags, data);
+    if (replaced <= 0) return replaced;
+  }
+  unique_fd fd = OpenInDevice(path, open_flags, 0660);
   if (fd.get() < 0) return -errno;
-  if (!WriteAll(fd.get(), data.data(), data.size())) return -errno;
+  // An append cut short by a full disk is taken back: the old file, or the whole new part.
+  struct stat before;
+  const bool regular = fstat(fd.get(), &before) == 0 && S_ISREG(before.st_mode);
+  if (!WriteAll(fd.get(), data.data(), data.size())) {
+    const int err = errno;
+    if (regular && (open_flags & O_APPEND) != 0) {
+      while (ftruncate(fd.get(), before.st_size) != 0 && errno == EINTR) {
+      }
+    }
+    return -err;
+  }
   fdatasync(fd.get());
   return 0;
 }
@@ -197,13 +252,21 @@ int32_t KpWriteFile(std::string_view bytes, int32_t size) {
 
 std::string Md5SystemFile(std::string_view path) {
   unique_fd fd = OpenInDevice(path, O_RDONLY);
-  std::string content;
-  if (fd.get() < 0 || !ReadAll(fd.get(), &content, SIZE_MAX)) return "";
+  if (fd.get() < 0) return "";
+  // Streamed through a fixed buffer: the file may be larger than the service's memory.
+  std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> ctx(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+  if (ctx == nullptr || EVP_DigestInit_ex(ctx.get(), EVP_md5(), nullptr) != 1) return "";
+  unsigned char buf[65536];
+  for (;;) {
+    ssize_t n = read(fd.get(), buf, sizeof(buf));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return "";
+    if (n == 0) break;
+    if (EVP_DigestUpdate(ctx.get(), buf, static_cast<size_t>(n)) != 1) return "";
+  }
   unsigned char digest[EVP_MAX_MD_SIZE];
   unsigned int len = 0;
-  if (EVP_Digest(content.data(), content.size(), digest, &len, EVP_md5(), nullptr) != 1) {
-    return "";
-  }
+  if (EVP_DigestFinal_ex(ctx.get(), digest, &len) != 1) return "";
   return std::string(reinterpret_cast<const char*>(digest), len);
 }
 
@@ -211,6 +274,7 @@ std::string SendFingerprintMessage(const std::string& message) {
   unique_fd fd(socket_local_client(DevSocketName(kFingerprintSocket),
                                    ANDROID_SOCKET_NAMESPACE_ABSTRACT, SOCK_STREAM));
   if (fd.get() < 0) return "refused error";
+  if (!DevSocketPeerTrusted(fd.get(), kFingerprintSocket)) return "refused error";
   timeval tv{3, 0};
   setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
   setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof(tv));

@@ -35,6 +35,8 @@ std::string Md5SystemFile(std::string_view path);
 std::string SendFingerprintMessage(const std::string& message);
 
 constexpr size_t kMaxFileText = 4u * 1024u * 1024u;
+// How long a command run for a caller may take; it also ends when its caller hangs up.
+constexpr int kCommandTimeLimitMs = 5 * 60 * 1000;
 
 }  // namespace orba::sim
 

@@ -2,9 +2,13 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
 #include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <chrono>
 
 #include <android-base/unique_fd.h>
 #include <platform/host/device_root.h>
@@ -25,12 +29,12 @@ std::string DevicePathVariable(const std::string& root) {
 
 }  // namespace
 
-int RunInDevice(const std::vector<std::string>& argv, std::string* output, size_t max_output) {
+int RunInDevice(const std::vector<std::string>& argv, std::string* output, size_t max_output,
+                int client_fd, int time_limit_ms) {
   if (argv.empty()) return -1;
   const std::string root = orba_device_root();
   if (root.empty()) return -1;
   output->clear();
-
   // Programs are looked up on the device's PATH, as a shell there would.
   const std::string path = DevicePathVariable(root);
   std::string program;
@@ -46,7 +50,6 @@ int RunInDevice(const std::vector<std::string>& argv, std::string* output, size_
     }
     if (program.empty()) return 127;  // what a shell answers for an unknown command
   }
-
   int fds[2];
   if (pipe2(fds, O_CLOEXEC) != 0) return -1;
   android::base::unique_fd read_end(fds[0]);
@@ -55,19 +58,41 @@ int RunInDevice(const std::vector<std::string>& argv, std::string* output, size_
   options.stdout_fd = write_end.get();
   options.cwd = root.c_str();  // the device's "/"
   options.env = orba::platform::EnvironmentWith({"PATH=" + path});
+  // A group of its own: what the command starts in turn goes with it when it is ended.
+  options.new_session = true;
   pid_t pid = orba::platform::StartChild(program.c_str(), argv, options);
   if (pid < 0) return -1;
   write_end.reset();
+
+  const auto deadline =
+      std::chrono::steady_clock::now() + std::chrono::milliseconds(time_limit_ms);
+  bool ended = false;
   char buf[4096];
   for (;;) {
-    ssize_t n = read(read_end.get(), buf, sizeof(buf));
+    int wait_ms = -1;
+    if (time_limit_ms >= 0) {
+      auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+          deadline - std::chrono::steady_clock::now());
+      wait_ms = left.count() > 0 ? static_cast<int>(left.count()) : 0;
+    }
+    // A hang-up is reported whatever is asked for; the caller's own requests are not read.
+    pollfd p[2] = {{read_end.get(), POLLIN, 0}, {client_fd, 0, 0}};
+    int n = poll(p, client_fd >= 0 ? 2 : 1, wait_ms);
     if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) break;
+    if (n < 0 || n == 0 || (client_fd >= 0 && (p[1].revents & (POLLHUP | POLLERR)) != 0)) {
+      kill(-pid, SIGKILL);
+      ended = true;
+      break;
+    }
+    if (p[0].revents == 0) continue;
+    ssize_t got = read(read_end.get(), buf, sizeof(buf));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
     size_t room = max_output - output->size();
-    output->append(buf, static_cast<size_t>(n) < room ? static_cast<size_t>(n) : room);
+    output->append(buf, static_cast<size_t>(got) < room ? static_cast<size_t>(got) : room);
   }
   int status = orba::platform::WaitChild(pid);
-  if (status < 0) return -1;
+  if (status < 0 || ended) return -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 

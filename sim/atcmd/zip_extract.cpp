@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <string>
 
 #include <android/log.h>
@@ -73,7 +74,44 @@ bool ExtractFile(const ZipArchive& archive, const ZipEntry& entry, int dest_fd,
   return true;
 }
 
+std::atomic<void (*)()> g_mapped_hook{nullptr};
+
+// An unnamed copy of the open archive beside the extraction, which nobody else can open, let
+// alone truncate. Invalid (errno set) when the copy cannot be made whole, a full disk included.
+unique_fd PrivateCopy(int zip_fd, int dest_fd, size_t* length) {
+  unique_fd copy(openat(dest_fd, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+  // A filesystem without unnamed files: the copy lives in memory instead.
+  if (copy.get() < 0 && (errno == EOPNOTSUPP || errno == EISDIR)) {
+    copy.reset(memfd_create("orba-unzip", MFD_CLOEXEC));
+  }
+  if (copy.get() < 0) return copy;
+  off_t in = 0;
+  for (;;) {
+    ssize_t n = copy_file_range(zip_fd, &in, copy.get(), nullptr, 1 << 20, 0);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0 && (errno == EXDEV || errno == ENOSYS || errno == EINVAL)) {
+      // No in-kernel copy between these files: through a buffer, from where it stopped.
+      char buf[65536];
+      for (;;) {
+        ssize_t r = pread(zip_fd, buf, sizeof(buf), in);
+        if (r < 0 && errno == EINTR) continue;
+        if (r < 0) return unique_fd();
+        if (r == 0) break;
+        if (!WriteAll(copy.get(), buf, static_cast<size_t>(r))) return unique_fd();
+        in += r;
+      }
+      break;
+    }
+    if (n < 0) return unique_fd();
+    if (n == 0) break;
+  }
+  *length = static_cast<size_t>(in);
+  return copy;
+}
+
 }  // namespace
+
+void SetZipMappedHook(void (*hook)()) { g_mapped_hook.store(hook); }
 
 int32_t ExtractZipInDevice(std::string_view zip, std::string_view dest_dir,
                            std::string_view member) {
@@ -89,9 +127,18 @@ int32_t ExtractZipInDevice(std::string_view zip, std::string_view dest_dir,
   unique_fd dest = OpenInDevice(dest_dir, O_PATH | O_DIRECTORY);
   if (dest.get() < 0) return -1;
 
-  size_t length = static_cast<size_t>(st.st_size);
-  void* map = mmap(nullptr, length, PROT_READ, MAP_PRIVATE, zip_fd.get(), 0);
+  size_t length = 0;
+  unique_fd copy = PrivateCopy(zip_fd.get(), dest.get(), &length);
+  if (copy.get() < 0 || length == 0) {
+    __android_log_print(ANDROID_LOG_ERROR, kTag, "unzip: cannot read %.*s: %s",
+                        static_cast<int>(zip.size()), zip.data(),
+                        copy.get() < 0 ? strerror(errno) : "it is empty");
+    return -1;
+  }
+  zip_fd.reset();
+  void* map = mmap(nullptr, length, PROT_READ, MAP_PRIVATE, copy.get(), 0);
   if (map == MAP_FAILED) return -1;
+  if (void (*hook)() = g_mapped_hook.load()) hook();
   ZipArchive archive = {};
   int32_t status = -1;
   if (mzOpenZipArchive(static_cast<const unsigned char*>(map), length, &archive) == 0) {

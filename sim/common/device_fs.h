@@ -5,11 +5,7 @@
 // open, create, rename, remove, chmod or list is resolved inside the device root, links included.
 // A link is followed as the device would follow it: an absolute target is a path of the device,
 // and ".." never climbs above the device's "/". What is checked and what is used are the same
-// descriptor, so nothing planted between the two can redirect the work.
-//
-// The kernel resolves with openat2(RESOLVE_IN_ROOT) where it has it; elsewhere (older kernels,
-// seccomp filters that do not know the call) an equivalent walk opens one component at a time
-// with O_NOFOLLOW and follows each link itself.
+// descriptor, so nothing planted between the two can redirect the work (platform/host/in_root.h).
 
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -18,30 +14,20 @@
 #include <string_view>
 
 #include <android-base/unique_fd.h>
+#include <platform/host/in_root.h>
 
 namespace orba::sim {
 
 using android::base::unique_fd;
 
-enum class Resolver {
-  kBest,  // openat2 when the kernel offers it, else the walk
-  kWalk,  // always the walk (the fallback, also for tests)
-};
+using platform::OpenBeneath;
+using platform::OpenDeviceRoot;
+using platform::OpenParentBeneath;
+using platform::Resolver;
 
-// Opens `path` beneath the directory `root_fd` as if that directory were "/". `flags` are
-// open(2) flags (O_CLOEXEC is always added); O_NOFOLLOW keeps a final link from being followed
-// (with O_PATH it opens the link itself). -1 with errno set on failure.
-unique_fd OpenBeneath(int root_fd, std::string_view path, int flags, mode_t mode = 0,
-                      Resolver resolver = Resolver::kBest);
-
-// The device root as a directory descriptor.
-unique_fd OpenDeviceRoot();
 // A device path (absolute) opened inside the device root.
 unique_fd OpenInDevice(std::string_view device_path, int flags, mode_t mode = 0);
-// The directory that holds the last component of `path` (beneath `root_fd`), and that component.
-// Refuses a path whose last component is "", "." or "..": the caller means to create, rename or
-// remove that name, and those are not names of their own.
-bool OpenParentBeneath(int root_fd, std::string_view path, unique_fd* dir, std::string* leaf);
+// The directory that holds the last component of a device path, and that component.
 bool OpenParentInDevice(std::string_view device_path, unique_fd* dir, std::string* leaf);
 // mkdir -p beneath `root_fd` (existing directories, and links to directories inside, are fine).
 bool MakeDirsBeneath(int root_fd, std::string_view dir, mode_t mode);

@@ -2,11 +2,16 @@
 
 #include <dirent.h>
 #include <errno.h>
+#include <fcntl.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <android-base/unique_fd.h>
 
 #include <platform/devpath.h>
 #include <platform/host/device_init.h>
+#include <platform/host/device_owner.h>
 
 #include "device_files.h"
 #include "device_tools.h"
@@ -39,17 +44,6 @@ const char* const kDirectories[] = {
 
 constexpr const char* kBackupPartition = "/dev/block/platform/bootdevice/by-name/backup";
 
-bool IsEmptyOrAbsent(const std::string& host_dir) {
-  DIR* dir = opendir(host_dir.c_str());  // host path: the root itself, before it is a device
-  if (dir == nullptr) return errno == ENOENT;
-  bool empty = true;
-  while (dirent* e = readdir(dir)) {
-    if (strcmp(e->d_name, ".") != 0 && strcmp(e->d_name, "..") != 0) empty = false;
-  }
-  closedir(dir);
-  return empty;
-}
-
 std::string FeatureFile(const Profile& profile) {
   std::string xml = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<features>\n";
   for (const Setting& f : profile.features) {
@@ -61,13 +55,22 @@ std::string FeatureFile(const Profile& profile) {
 }  // namespace
 
 bool InitDevice(const SimContext& ctx, const Profile& profile, std::string* error) {
-  if (!IsEmptyOrAbsent(ctx.root)) {
-    *error = "device root " + ctx.root + " is not empty: choose a new directory";
-    return false;
-  }
-  if (mkdir(ctx.root.c_str(), 0755) != 0 && errno != EEXIST) {  // host path: the root itself
+  if (!platform::MayTakeRoot(ctx.root, error)) return false;
+  if (mkdir(ctx.root.c_str(), 0700) != 0 && errno != EEXIST) {  // host path: the root itself
     *error = "cannot create " + ctx.root + ": " + strerror(errno);
     return false;
+  }
+  {
+    // What was checked may have been made by someone else since, if it was absent then.
+    android::base::unique_fd fd(
+        open(ctx.root.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));  // host path
+    struct stat st;
+    if (fd.get() < 0 || fstat(fd.get(), &st) != 0 || st.st_uid != geteuid() ||
+        (st.st_mode & 0022) != 0 || fchmod(fd.get(), 0700) != 0) {
+      *error = "device root " + ctx.root + " was taken by another user while it was made: "
+               "choose a new path";
+      return false;
+    }
   }
   auto fail = [&](const std::string& what) {
     *error = what + ": " + strerror(errno);

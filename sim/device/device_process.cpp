@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <android-base/unique_fd.h>
+#include <platform/host/device_process.h>
 
 namespace orba::sim {
 
@@ -21,15 +22,7 @@ std::string ReadProc(pid_t pid, const char* what) {
 }
 
 bool RunsOnDevice(pid_t pid, const std::string& root) {
-  std::string env = ReadProc(pid, "environ");
-  std::string want = "ORBA_DEVICE_ROOT=" + root;
-  for (size_t pos = 0; pos < env.size();) {
-    size_t end = env.find('\0', pos);
-    if (end == std::string::npos) end = env.size();
-    if (env.compare(pos, end - pos, want) == 0) return true;
-    pos = end + 1;
-  }
-  return false;
+  return orba::platform::ProcessOfDevice(pid, root.c_str());
 }
 
 bool RunsProgram(pid_t pid, const std::string& program) {

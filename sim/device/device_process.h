@@ -15,7 +15,7 @@ namespace orba::sim {
 // A small /proc/PID/WHAT file of the host, whole ("" when it cannot be read).
 std::string ReadProc(pid_t pid, const char* what);
 // True when the process runs with ORBA_DEVICE_ROOT set to `root` (how every process of the
-// device is started).
+// device is started), as the device's owner or root (platform/host/device_process.h).
 bool RunsOnDevice(pid_t pid, const std::string& root);
 // True when the process executes the program at the host path `program` (the same file; a
 // program rebuilt since the process started still counts, by the path the kernel recorded).

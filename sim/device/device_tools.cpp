@@ -43,6 +43,9 @@ bool InstallDeviceTools(const SimContext& ctx, std::string* error) {
       {"/system/bin/logcat",
        "# The device log: what the device's services have written, then what they write next.\n"
        "exec " + self + " logcat --root " + root + " -- \"$@\"\n"},
+      // A script, not a link to the host's shell: the device's paths resolve inside its root,
+      // where a link to /bin/sh would name the device's own (absent) /bin/sh.
+      {"/vendor/bin/sh", "exec /bin/sh \"$@\"\n"},
       {"/system/bin/tlcrpmb_gp",
        "# Secure-storage provisioning state: sim.rpmb.result (1 provisioned, 2 not ready yet).\n"
        "if [ \"$1\" != getflag ]; then echo 'usage: tlcrpmb_gp getflag' >&2; exit 1; fi\n"
@@ -55,8 +58,7 @@ bool InstallDeviceTools(const SimContext& ctx, std::string* error) {
     }
   }
   if (!LinkToHost("/system/bin/getprop", ctx.bin_dir + "/getprop") ||
-      !LinkToHost("/system/bin/setprop", ctx.bin_dir + "/setprop") ||
-      !LinkToHost("/vendor/bin/sh", "/bin/sh")) {
+      !LinkToHost("/system/bin/setprop", ctx.bin_dir + "/setprop")) {
     *error = std::string("cannot link the device tools: ") + strerror(errno);
     return false;
   }

@@ -15,6 +15,7 @@
 #include <cutils/properties.h>
 #include <platform/devpath.h>
 #include <platform/host/device_init.h>
+#include <platform/host/device_owner.h>
 #include <platform/host/device_root.h>
 
 #include "build_version.h"
@@ -191,7 +192,9 @@ int Status(const SimContext& ctx) {
   printf("model       %s\n", model);
   for (const ServiceSpec& s : DeviceServices()) {
     pid_t pid = ServicePid(ctx, s);
-    if (pid != 0) {
+    if (pid != 0 && !ServiceAnswers(s, pid)) {
+      printf("%-24s not answering as itself (pid %d; see logcat)\n", s.name, pid);
+    } else if (pid != 0) {
       printf("%-24s running (pid %d)\n", s.name, pid);
     } else {
       printf("%-24s stopped\n", s.name);
@@ -201,16 +204,15 @@ int Status(const SimContext& ctx) {
 }
 
 int Env(const SimContext& ctx) {
+  // No LD_LIBRARY_PATH: the programs find their libraries through their run paths, and the
+  // library finds the device's vendor libraries in its /vendor/lib64 itself (DevLibrary). A
+  // device directory on the loader's path would serve every program of the shell from it.
   const char* path = getenv("PATH");
-  const char* ld = getenv("LD_LIBRARY_PATH");
-  std::string lib_path = ctx.root + kVendorLibDir + ":" + ctx.lib_dir +
-                         (ld != nullptr && *ld != '\0' ? ":" + std::string(ld) : "");
   printf("export ORBA_DEVICE_ROOT=%s\n", ShellQuote(ctx.root).c_str());
   printf("export PATH=%s\n",
          ShellQuote(ctx.root + "/system/bin:" + ctx.root + "/vendor/bin:" + ctx.bin_dir + ":" +
                     (path != nullptr ? path : "/usr/bin:/bin"))
              .c_str());
-  printf("export LD_LIBRARY_PATH=%s\n", ShellQuote(lib_path).c_str());
   return kExitOk;
 }
 
@@ -340,6 +342,8 @@ int main(int argc, char** argv) {
     printf("no device root at %s; its processes stopped\n", ctx.root.c_str());
     return kExitOk;
   }
+  std::string why;
+  if (!orba::platform::CurrentRootUsable(&why)) return Fail(why);
   if (!IsDevice()) {
     return Fail(ctx.root + " is not a simulated device (create one: orbafactory-sim init --root " +
                 ctx.root + ")");

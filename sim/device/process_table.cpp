@@ -18,6 +18,28 @@ std::string UserName(uid_t uid) {
   return pw != nullptr ? pw->pw_name : std::to_string(uid);
 }
 
+// A name as one field of one line, whatever bytes its argv holds: control characters and the
+// backslash are written as escapes, so a process cannot print a line of its own into the table.
+std::string Printable(const std::string& name) {
+  std::string out;
+  for (unsigned char c : name) {
+    if (c == '\\') {
+      out += "\\\\";
+    } else if (c == '\n') {
+      out += "\\n";
+    } else if (c == '\t') {
+      out += "\\t";
+    } else if (c < 0x20 || c == 0x7f) {
+      char esc[8];
+      snprintf(esc, sizeof(esc), "\\%03o", c);
+      out += esc;
+    } else {
+      out += static_cast<char>(c);
+    }
+  }
+  return out;
+}
+
 }  // namespace
 
 std::string ProcessTable(const std::string& root) {
@@ -55,10 +77,10 @@ std::string ProcessTable(const std::string& root) {
     std::string cmdline = ReadProc(pid, "cmdline");
     std::string name = cmdline.empty() ? "[" + stat.substr(stat.find('(') + 1, close_paren - stat.find('(') - 1) + "]"
                                        : std::string(cmdline.c_str());
-    snprintf(line, sizeof(line), "%-10s %5d %5d %8lu %6ld %-16.16s %8d %c %s\n",
+    snprintf(line, sizeof(line), "%-10s %5d %5d %8lu %6ld %-16.16s %8d %c ",
              UserName(uid).c_str(), pid, ppid, vsize / 1024, rss * page_kb, wchan.c_str(), 0,
-             state, name.c_str());
-    out += line;
+             state);
+    out += line + Printable(name) + "\n";
   }
   closedir(proc);
   return out;

@@ -16,6 +16,7 @@
 #include <platform/hal_wire.h>
 #include <platform/host/device_init.h>
 #include <platform/host/local_socket.h>
+#include <platform/host/peer_check.h>
 #include <platform/spawn.h>
 
 #include "device_files.h"
@@ -43,14 +44,38 @@ void SleepMs(int ms) {
   nanosleep(&ts, nullptr);
 }
 
-bool AcceptsConnections(const ServiceSpec& s) {
+// Serving means listening under its name as itself: anyone can bind a device's name first, and
+// a connection that answers is then nobody's proof of anything.
+bool AnswersAsItself(const ServiceSpec& s, pid_t pid) {
   std::string name = orba::hal::HalSocketName(s.hal_descriptor, "default");
-  return orba::platform::ConnectDeviceSocket(name.c_str()).get() >= 0;
+  pid_t holder = 0;
+  uid_t uid = 0;
+  return orba::host::NameHolder(DevSocketName(name.c_str()), &holder, &uid) && holder == pid;
 }
 
-bool IsReady(const ServiceSpec& s) {
+}  // namespace
+
+bool ServiceAnswers(const ServiceSpec& s, pid_t pid) {
+  return s.hal_descriptor == nullptr || AnswersAsItself(s, pid);
+}
+
+namespace {
+
+bool IsReady(const ServiceSpec& s, pid_t pid) {
   if (s.ready_file != nullptr) return OpenInDevice(s.ready_file, O_PATH).get() >= 0;
-  return AcceptsConnections(s);
+  return AnswersAsItself(s, pid);
+}
+
+// Why a service that could not start did not: another process holding its name says so.
+std::string StartFailure(const ServiceSpec& s, const std::string& otherwise) {
+  if (s.hal_descriptor == nullptr) return otherwise;
+  std::string name = orba::hal::HalSocketName(s.hal_descriptor, "default");
+  pid_t holder = 0;
+  uid_t uid = 0;
+  if (!orba::host::NameHolder(DevSocketName(name.c_str()), &holder, &uid)) return otherwise;
+  return std::string(s.name) + " cannot register: its name is held by pid " +
+         std::to_string(holder) + " (uid " + std::to_string(uid) +
+         "), which is not this device's service; stop that process, then start again";
 }
 
 void SetServiceState(const ServiceSpec& s, const char* state) {
@@ -139,16 +164,17 @@ bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_r
     return true;
   }
   for (int waited = 0; waited < 5000; waited += 10) {
-    if (IsReady(service)) return true;
+    if (IsReady(service, pid)) return true;
     int status = 0;
     if (waitpid(pid, &status, WNOHANG) == pid) {
       SetServiceState(service, "stopped");
-      *error = std::string(service.name) + " exited during start-up (see logcat)";
+      *error = StartFailure(service, std::string(service.name) + " exited during start-up (see logcat)");
       return false;
     }
     SleepMs(10);
   }
-  *error = std::string(service.name) + " did not start serving within 5 s (see logcat)";
+  *error = StartFailure(service,
+                        std::string(service.name) + " did not start serving within 5 s (see logcat)");
   return false;
 }
 

@@ -31,6 +31,9 @@ bool StartService(const SimContext& ctx, const ServiceSpec& service, bool wait_r
 bool StopService(const SimContext& ctx, const ServiceSpec& service, std::string* error);
 // The pid of a running service, or 0. A pid file naming a process that is not this device's
 // service (another device's, a host process) reads as not running, with a note on stderr.
+// Whether the service `pid` answers under its own name (true for services without one).
+bool ServiceAnswers(const ServiceSpec& service, pid_t pid);
+
 pid_t ServicePid(const SimContext& ctx, const ServiceSpec& service);
 
 }  // namespace orba::sim

@@ -1,11 +1,14 @@
 #include "camera_app.h"
 
+#include <fcntl.h>
 #include <sys/system_properties.h>
 
 #include <android-base/file.h>
 #include <android-base/strings.h>
 
-#include <platform/devpath.h>
+#include <android-base/unique_fd.h>
+
+#include "device_fs.h"
 
 namespace orba::sim {
 namespace {
@@ -59,7 +62,8 @@ std::string Property(const char* name) {
 // The cameras the device has on one side, from the camera_type feature line.
 std::string SideCameras(const std::string& side) {
   std::string features;
-  android::base::ReadFileToString(DevPath("/etc/em_features.xml").c_str(), &features);
+  android::base::unique_fd fd = OpenInDevice("/etc/em_features.xml", O_RDONLY);
+  if (fd.get() < 0 || !android::base::ReadFdToString(fd.get(), &features)) return "";
   size_t line = features.find("name=\"camera_type\">");
   if (line == std::string::npos) return "";
   std::string key = side == "front" ? "front[" : "back[";

@@ -22,8 +22,12 @@ namespace {
 using android::base::unique_fd;
 
 constexpr size_t kMaxRequest = 64 * 1024;
-// A client that connects and then sends nothing must not hold the responder for ever.
+// A client that connects and then sends nothing, or a byte now and then, must not hold the
+// responder: its whole request is due within kRequestWithinMs.
 constexpr int kIoTimeoutSeconds = 5;
+constexpr int kRequestWithinMs = 5000;
+// Connections being read at once; beyond that a new one is closed unread.
+constexpr int kMaxConnections = 32;
 
 bool SendAll(int fd, const std::string& data) {
   size_t off = 0;
@@ -130,20 +134,42 @@ void LineServer::Run(std::chrono::steady_clock::time_point listen_at, int bound)
     if ((fds[0].revents & POLLIN) == 0) continue;
     unique_fd conn(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (conn.get() < 0 || !orba::host::PeerAllowed(conn.get(), name_.c_str())) continue;
-    Serve(conn.get());
+    {
+      std::lock_guard<std::mutex> lock(mu_);
+      if (connections_ >= kMaxConnections) continue;
+      ++connections_;
+    }
+    std::thread([this, fd = conn.release(), wake] {
+      Serve(fd, wake);
+      close(fd);
+      std::lock_guard<std::mutex> lock(mu_);
+      --connections_;
+      cv_.notify_all();
+    }).detach();
   }
-  std::lock_guard<std::mutex> lock(mu_);
+  // Stop closes the wake pipe once this returns: the connections still being served go first.
+  std::unique_lock<std::mutex> lock(mu_);
   listening_ = false;
+  cv_.wait(lock, [this] { return connections_ == 0; });
 }
 
-void LineServer::Serve(int fd) {
+void LineServer::Serve(int fd, int wake) {
   timeval tv{kIoTimeoutSeconds, 0};
-  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
   setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof(tv));
+  const auto deadline =
+      std::chrono::steady_clock::now() + std::chrono::milliseconds(kRequestWithinMs);
   std::string request;
   bool received = false;
   char buf[4096];
   for (;;) {
+    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0) return;  // too slow: dropped unanswered
+    pollfd fds[2] = {{fd, POLLIN, 0}, {wake, POLLIN, 0}};
+    int ready = poll(fds, 2, static_cast<int>(left.count()));
+    if (ready < 0 && errno == EINTR) continue;
+    if (ready < 0 || fds[1].revents != 0) return;
+    if (ready == 0) continue;
     ssize_t n = recv(fd, buf, sizeof(buf), 0);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) break;
@@ -158,7 +184,12 @@ void LineServer::Serve(int fd) {
   }
   // A connection that closes without a word is someone checking that the socket is up.
   if (!received) return;
-  SendAll(fd, handler_(request));
+  std::string reply;
+  {
+    std::lock_guard<std::mutex> serial(handler_mu_);
+    reply = handler_(request);
+  }
+  SendAll(fd, reply);
 }
 
 }  // namespace orba::sim

@@ -2,7 +2,8 @@
 #define ORBA_SIM_EM_LINE_SERVER_H
 
 // A responder behind a local stream socket in the abstract namespace (through DevSocketName):
-// each connection carries one request and gets one reply, then it is closed. Listening can
+// each connection carries one request and gets one reply, then it is closed. A request must be
+// in within a few seconds of the connection, or it is dropped unanswered. Listening can
 // begin after a delay, as an app's socket comes up a while after the app is started; until
 // then (and after Stop) a connect is refused, exactly as on the phone.
 
@@ -42,7 +43,8 @@ class LineServer {
   // `bound`: the listening socket when Launch bound it already, else -1.
   void Run(std::chrono::steady_clock::time_point listen_at, int bound);
   int Bind();
-  void Serve(int fd);
+  // Reads one request from `fd` (by a deadline, or until Stop) and answers it.
+  void Serve(int fd, int wake);
 
   const std::string name_;
   const Framing framing_;
@@ -55,7 +57,11 @@ class LineServer {
   bool running_ = false;   // a thread is launched
   bool stopping_ = false;  // Stop asked it to end
   bool listening_ = false;
+  int connections_ = 0;  // being read or answered, each on a thread of its own
   int wake_pipe_[2] = {-1, -1};
+  // Requests are read side by side, so one caller trickling its request holds up nobody, and
+  // answered one at a time, as the app's single socket thread answers them.
+  std::mutex handler_mu_;
 };
 
 }  // namespace orba::sim

@@ -18,7 +18,8 @@ void CameraNodeTest::SetUp() {
   const std::string image = "/dev/block/platform/bootdevice/by-name/backup";
   WriteDeviceFile(image, std::string(32 * 1024, '\xFF'));
   WriteDeviceFile("/dev/block/bootdevice/by-name/.keep", "");
-  ASSERT_EQ(symlink(HostPath(image).c_str(), HostPath("/dev/block/bootdevice/by-name/backup").c_str()), 0);
+  // A link's target is a path of the device.
+  ASSERT_EQ(symlink(image.c_str(), HostPath("/dev/block/bootdevice/by-name/backup").c_str()), 0);
   WriteDeviceFile("/data/vendor/engineermode/.keep", "");
 }
 

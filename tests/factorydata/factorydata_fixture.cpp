@@ -67,11 +67,16 @@ std::vector<std::string> Paths(const tf_data_list* list) {
 
 int RunUnprivileged(const std::string& root, int (*body)()) {
   pid_t pid = StartChild([&] {
-    // Let the unprivileged user reach the storage, as the device's media permissions do.
-    for (const char* dir : {"", "/data", "/data/media", "/data/media/0", "/dev"}) {
+    // The device becomes the unprivileged user's own (a root serves the user who made it),
+    // while what lies inside stays root's; the storage is reachable as the device's media
+    // permissions make it.
+    if (chown(root.c_str(), 65534, 65534) != 0 ||
+        chown((root + "/dev/__properties__").c_str(), 65534, 65534) != 0) {
+      return 102;
+    }
+    for (const char* dir : {"/data", "/data/media", "/data/media/0", "/dev"}) {
       chmod((root + dir).c_str(), 0755);
     }
-    chmod((root + "/dev/__properties__").c_str(), 0644);
     if (setgid(65534) != 0 || setuid(65534) != 0) return 100;
     // The simulated services serve only their own user (and root), so an unprivileged caller
     // gets an AT-command service of its own user, as the device's would be for it.

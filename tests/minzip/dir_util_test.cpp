@@ -84,7 +84,7 @@ TEST_F(DirUtil, UnlinkHierarchyRemovesTreesButNotWhatLinksPointTo) {
   WriteDeviceFile("/data/tree/top.txt", "t");
   WriteDeviceFile("/data/outside/precious.txt", "keep");
   ASSERT_EQ(mkdir(HostPath("/data/tree/empty").c_str(), 0755), 0);
-  ASSERT_EQ(symlink(HostPath("/data/outside").c_str(), HostPath("/data/tree/a/link").c_str()), 0);
+  ASSERT_EQ(symlink("/data/outside", HostPath("/data/tree/a/link").c_str()), 0);
 
   EXPECT_EQ(dirUnlinkHierarchy("/data/tree"), 0);
   EXPECT_FALSE(Exists("/data/tree"));

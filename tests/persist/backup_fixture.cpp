@@ -16,7 +16,8 @@ void BackupPartitionTest::SetUp() {
   for (const char* link : {"/dev/block/bootdevice/by-name/backup", "/dev/block/by-name/backup"}) {
     WriteDeviceFile(std::string(link) + ".tmp", "");
     unlink(HostPath(std::string(link) + ".tmp").c_str());
-    ASSERT_EQ(symlink(ImagePath().c_str(), HostPath(link).c_str()), 0) << link;
+    // A link's target is a path of the device, as init lays them out.
+    ASSERT_EQ(symlink(kPartition, HostPath(link).c_str()), 0) << link;
   }
   WriteDeviceFile("/data/vendor/engineermode/.keep", "");
 }

@@ -30,7 +30,7 @@ TEST_F(DevPathTest, AbsolutePathsLandUnderTheRoot) {
       {"/..", "/"},
   };
   for (const Case& c : cases) {
-    DevPath p(c.device);
+    DevPathText p(c.device);
     EXPECT_TRUE(p.ok());
     EXPECT_EQ(std::string(p), root() + c.under_root) << c.device;
   }

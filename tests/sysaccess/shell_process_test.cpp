@@ -74,9 +74,7 @@ TEST_F(ShellTest, ExecShellVendorWhitelist) {
 
 TEST_F(ShellTest, ExecShellVendorRunsThroughTheVendorShell) {
   // The device's /vendor/bin/sh, and its tlcrpmb_gp tool on PATH.
-  ASSERT_EQ(mkdir(HostPath("/vendor").c_str(), 0755), 0);
-  ASSERT_EQ(mkdir(HostPath("/vendor/bin").c_str(), 0755), 0);
-  ASSERT_EQ(symlink("/bin/sh", HostPath("/vendor/bin/sh").c_str()), 0);
+  WriteScript("/vendor/bin/sh", "exec /bin/sh \"$@\"\n");
   WriteScript("/system/bin/tlcrpmb_gp",
               "sleep 0.05; echo \"flag=$1\"\n"
               "if [ \"$2\" = more ]; then echo more; fi\n"
@@ -108,9 +106,7 @@ TEST_F(ShellTest, ExecShellVendorRunsThroughTheVendorShell) {
 }
 
 TEST_F(ShellTest, ExecShellVendorRunsNothingButTheTool) {
-  ASSERT_EQ(mkdir(HostPath("/vendor").c_str(), 0755), 0);
-  ASSERT_EQ(mkdir(HostPath("/vendor/bin").c_str(), 0755), 0);
-  ASSERT_EQ(symlink("/bin/sh", HostPath("/vendor/bin/sh").c_str()), 0);
+  WriteScript("/vendor/bin/sh", "exec /bin/sh \"$@\"\n");
   WriteScript("/system/bin/tlcrpmb_gp", "touch \"$ORBA_DEVICE_ROOT/data/tool_ran\"; echo ok\n");
   WriteDeviceFile("/data/keep", "");
   UseDevicePath();

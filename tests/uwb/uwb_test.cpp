@@ -244,16 +244,13 @@ INSTANTIATE_TEST_SUITE_P(
                      {"orba_uci_hal_set_channel_num 9", "orba_uci_hal_set_rx_antenna_pair 2"}}),
     [](const ::testing::TestParamInfo<SequenceCase>& info) { return std::string(info.param.name); });
 
-// The store library is found by bare name on the library path, which a process reads when it
-// starts: these cases run the CLI with the device's /vendor/lib64 on LD_LIBRARY_PATH.
+// The store library is loaded by bare name from the device's /vendor/lib64, with no loader
+// path set: these cases run the CLI as a shell of `orbafactory-sim env` would.
 class UwbStoreTest : public UwbTest {
  protected:
   ProgramResult CalStore(const std::string& which) {
-    setenv("LD_LIBRARY_PATH", (root() + "/vendor/lib64").c_str(), 1);
-    ProgramResult r = RunProgram({BinPath("orbafactory"), "--root", root(), "-v", "uwb",
-                                  "cal-store", which, "0x10"});
-    unsetenv("LD_LIBRARY_PATH");
-    return r;
+    return RunProgram({BinPath("orbafactory"), "--root", root(), "-v", "uwb", "cal-store", which,
+                       "0x10"});
   }
   std::string StoreCalls() const { return ReadDeviceFile("/data/sim/uwbpersist_calls"); }
 };

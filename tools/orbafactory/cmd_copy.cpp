@@ -35,7 +35,7 @@ void TreeFiles(const std::string& src, const std::string& dst, const std::string
     const std::string name = rel.empty() ? e->d_name : rel + "/" + e->d_name;
     const std::string from = src + "/" + e->d_name;
     struct stat st;
-    if (lstat(DevPath(from.c_str()), &st) != 0) continue;
+    if (lstat(DevPathNoFollow(from.c_str()), &st) != 0) continue;
     if (S_ISDIR(st.st_mode)) {
       TreeFiles(from, dst + "/" + e->d_name, name, items);
     } else {

@@ -1,5 +1,6 @@
 // orbafactory touch: the touch controller's self-tests through the driver's test node.
 
+#include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
 #include <strings.h>
@@ -8,6 +9,7 @@
 #include <string>
 
 #include <android-base/file.h>
+#include <android-base/unique_fd.h>
 
 #include <orbafactory/engineer.h>
 #include <orbafactory/sensors.h>
@@ -36,7 +38,8 @@ constexpr TouchTest kTests[] = {
 
 std::string ReadResult(const char* path) {
   std::string text;
-  android::base::ReadFileToString(DevPath(path).c_str(), &text);
+  android::base::unique_fd fd(open(DevPath(path), O_RDONLY | O_CLOEXEC));
+  if (fd.get() >= 0) android::base::ReadFdToString(fd.get(), &text);
   return text;
 }
 

@@ -162,8 +162,8 @@ int CalStore(const Args& args) {
   if (ret != 0) {
     return orba::cli::Error(orba::cli::kFailed,
                             "uwb cal-store %s failed (%d)%s", args[0].c_str(), ret,
-                            ret == -1 ? ": is libuwbrwpersist.so on LD_LIBRARY_PATH? (see "
-                                        "orbafactory-sim env)"
+                            ret == -1 ? ": is libuwbrwpersist.so in the device's /vendor/lib64? "
+                                        "(orbafactory-sim init installs it)"
                                       : "");
   }
   set_property_for_uwb();

@@ -256,7 +256,7 @@ std::string ResolvedPath(const std::string& device_path) {
     if (getcwd(cwd, sizeof(cwd)) == nullptr) return device_path;
     return std::string(cwd) + "/" + device_path;
   }
-  DevPath resolved(device_path.c_str());
+  DevPathText resolved(device_path.c_str());
   return resolved.ok() ? std::string(resolved.c_str()) : device_path;
 }
 

@@ -14,6 +14,7 @@
 #include <platform/devpath.h>
 
 #if !defined(__ANDROID__)
+#include <platform/host/device_owner.h>
 #include <platform/host/device_root.h>
 #endif
 
@@ -146,6 +147,10 @@ int main(int argc, char** argv) {
         "no simulated device: start one with\n"
         "  orbafactory-sim init --root DIR && orbafactory-sim start --root DIR\n"
         "then give --root DIR, or eval \"$(orbafactory-sim env --root DIR)\"");
+  }
+  std::string why;
+  if (!orba::platform::CurrentRootUsable(&why)) {
+    return orba::cli::Error(orba::cli::kNoDevice, "%s", why.c_str());
   }
   if (!own_device) {
     const int code = CheckDevice(orba_device_root());

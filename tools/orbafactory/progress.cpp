@@ -25,7 +25,7 @@ double Now() {
 // since a copy may set the full length before writing. A missing file has none.
 bool BytesAt(const std::string& device_path, unsigned long long* bytes) {
   struct stat st;
-  if (lstat(DevPath(device_path.c_str()), &st) != 0 || S_ISDIR(st.st_mode)) return false;
+  if (lstat(DevPathNoFollow(device_path.c_str()), &st) != 0 || S_ISDIR(st.st_mode)) return false;
   unsigned long long blocks = static_cast<unsigned long long>(st.st_blocks) * 512;
   unsigned long long size = static_cast<unsigned long long>(st.st_size);
   *bytes = blocks < size ? blocks : size;

@@ -78,8 +78,10 @@ class ORBA_HAL_API WireReader {
 
 // Whole-message I/O on a connected stream socket (EINTR and short transfers handled).
 ORBA_HAL_API bool WireSend(int fd, const std::string& framed);
-// Reads one framed message body. False on EOF, error, or a length outside kHalMaxMessage.
-ORBA_HAL_API bool WireReceive(int fd, std::string* body);
+// Reads one framed message body. False on EOF, error, or a length outside kHalMaxMessage; with
+// `within_ms` >= 0, also when the whole message has not arrived that long after the call
+// (ETIMEDOUT), however steadily it trickles in.
+ORBA_HAL_API bool WireReceive(int fd, std::string* body, int within_ms = -1);
 
 // The abstract socket name (before DevSocketName) a service instance listens on.
 ORBA_HAL_API std::string HalSocketName(const char* descriptor, const char* instance);

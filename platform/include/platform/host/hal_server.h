@@ -36,6 +36,10 @@ class ORBA_HAL_API HalServer {
   // running after that finishes on its own; it never touches this object again.
   void Stop(int drain_ms = 5000);
 
+  // The connection of the call this thread is handling (-1 outside a handler): a handler that
+  // runs long watches it to stop once its caller has gone.
+  static int CurrentConnection();
+
   struct State;
 
  private:

@@ -24,7 +24,7 @@ struct AbstractAddress {
 ORBA_LOCAL_SOCKET_API bool DeviceSocketAddress(const char* device_name, AbstractAddress* out);
 
 // A connected close-on-exec stream socket, or an invalid one with errno set (ECONNREFUSED:
-// nobody listens there).
+// nobody listens there; EACCES: a process of another user does, and nothing was sent to it).
 ORBA_LOCAL_SOCKET_API android::base::unique_fd ConnectDeviceSocket(const char* device_name);
 
 // A close-on-exec socket bound to `device_name` and listening, or an invalid one with errno set

@@ -26,6 +26,16 @@ ORBA_PEER_API bool PeerAllowed(int fd, const char* service);
 // The rule itself, for a peer already identified.
 ORBA_PEER_API bool UidMayCall(uid_t peer_uid, uid_t service_uid);
 
+// The other direction: a client checks who answers before it sends anything. Any local user can
+// bind a device's socket name first, so the listener must be a process of the device's owner
+// (the owner of its root) or of root; an impostor is logged with its pid and uid as the holder of
+// `service` and false is returned. The caller closes the connection unused.
+ORBA_PEER_API bool ServerTrusted(int fd, const char* service);
+
+// Who listens at an abstract socket name (the credentials it had when it listened), without
+// trusting it: for saying who holds a name a service needed. False when nobody listens there.
+ORBA_PEER_API bool NameHolder(const char* socket_name, pid_t* pid, uid_t* uid);
+
 }  // namespace orba::host
 
 #undef ORBA_PEER_API
