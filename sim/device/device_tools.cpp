@@ -56,7 +56,8 @@ bool InstallDeviceTools(const SimContext& ctx, std::string* error) {
   }
   if (!LinkToHost("/system/bin/getprop", ctx.bin_dir + "/getprop") ||
       !LinkToHost("/system/bin/setprop", ctx.bin_dir + "/setprop") ||
-      !LinkToHost("/vendor/bin/sh", "/bin/sh")) {
+      !LinkToHost("/vendor/bin/sh", "/bin/sh") ||
+      !LinkToHost("/vendor/bin/atcid_user", ctx.bin_dir + "/atcid_user")) {
     *error = std::string("cannot link the device tools: ") + strerror(errno);
     return false;
   }
