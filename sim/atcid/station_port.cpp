@@ -26,14 +26,20 @@ bool StationPort::Open(uid_t owner_uid, gid_t owner_gid, std::string* error) {
     return false;
   }
   path_ = name;
-  // Host paths: the pseudo-terminal lives in the host's /dev/pts, not in the device root.
-  if (chmod(path_.c_str(), 0600) != 0) {
+  // The pseudo-terminal lives in the host's /dev/pts, not in the device root; everything after
+  // the open works on the descriptor.
+  unique_fd slave(open(path_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));  // host path
+  struct stat st{};
+  if (slave < 0 || fstat(slave.get(), &st) != 0) {
+    *error = "cannot open " + path_ + ": " + strerror(errno);
+    return false;
+  }
+  if (fchmod(slave.get(), 0600) != 0) {
     *error = "chmod " + path_ + ": " + strerror(errno);
     return false;
   }
-  struct stat st{};
-  if (stat(path_.c_str(), &st) == 0 && (st.st_uid != owner_uid || st.st_gid != owner_gid) &&
-      chown(path_.c_str(), owner_uid, owner_gid) != 0) {
+  if ((st.st_uid != owner_uid || st.st_gid != owner_gid) &&
+      fchown(slave.get(), owner_uid, owner_gid) != 0) {
     *error = "chown " + path_ + ": " + strerror(errno);
     return false;
   }
@@ -42,7 +48,7 @@ bool StationPort::Open(uid_t owner_uid, gid_t owner_gid, std::string* error) {
     *error = "cannot watch " + path_ + ": " + strerror(errno);
     return false;
   }
-  return MakeRaw(error);
+  return SetRaw(slave.get(), error);
 }
 
 void StationPort::DrainOpens() const {
@@ -56,20 +62,28 @@ bool StationPort::StationPresent() const {
   return poll(&p, 1, 0) >= 0 && (p.revents & POLLHUP) == 0;
 }
 
-bool StationPort::MakeRaw(std::string* error) const {
-  unique_fd slave(open(path_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+bool StationPort::SetRaw(int slave, std::string* error) const {
   termios tio{};
-  if (slave < 0 || tcgetattr(slave.get(), &tio) != 0) {
-    *error = "cannot open " + path_ + ": " + strerror(errno);
+  if (tcgetattr(slave, &tio) != 0) {
+    *error = "tcgetattr " + path_ + ": " + strerror(errno);
     return false;
   }
   cfmakeraw(&tio);
   cfsetspeed(&tio, B115200);
-  if (tcsetattr(slave.get(), TCSANOW, &tio) != 0) {
+  if (tcsetattr(slave, TCSANOW, &tio) != 0) {
     *error = "cannot set " + path_ + " raw: " + strerror(errno);
     return false;
   }
   return true;
+}
+
+bool StationPort::MakeRaw(std::string* error) const {
+  unique_fd slave(open(path_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));  // host path: /dev/pts
+  if (slave < 0) {
+    *error = "cannot open " + path_ + ": " + strerror(errno);
+    return false;
+  }
+  return SetRaw(slave.get(), error);
 }
 
 }  // namespace orba::at

@@ -35,6 +35,8 @@ class StationPort {
   bool MakeRaw(std::string* error) const;
 
  private:
+  bool SetRaw(int slave, std::string* error) const;
+
   android::base::unique_fd master_;
   android::base::unique_fd opens_;
   std::string path_;
