@@ -3,9 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <termios.h>
@@ -225,6 +227,75 @@ TEST_F(AtcidTest, SurvivesTheStationHangingUpAndComingBack) {
   }
   EXPECT_EQ(kill(daemon, 0), 0);
   EXPECT_EQ(DaemonPid(), daemon);
+}
+
+// What the daemon holds, as the host's /proc shows it.
+struct Holding {
+  int descriptors = 0;
+  int threads = 0;
+  long rss_kb = 0;
+};
+
+Holding DaemonHolding(pid_t pid) {
+  Holding h;
+  std::string proc = "/proc/" + std::to_string(pid);
+  if (DIR* dir = opendir((proc + "/fd").c_str())) {
+    while (dirent* e = readdir(dir)) {
+      if (e->d_name[0] != '.') ++h.descriptors;
+    }
+    closedir(dir);
+  }
+  if (FILE* status = fopen((proc + "/status").c_str(), "re")) {
+    char line[256];
+    while (fgets(line, sizeof(line), status) != nullptr) {
+      sscanf(line, "Threads: %d", &h.threads);
+      sscanf(line, "VmRSS: %ld", &h.rss_kb);
+    }
+    fclose(status);
+  }
+  return h;
+}
+
+// The caller the library is written for: one process, thousands of steps in a row. Whatever a
+// step takes (a descriptor, a thread, memory) it must give back, or the line stops after hours.
+TEST_F(AtcidTest, ThousandsOfStepsLeaveTheDaemonAsTheyFoundIt) {
+  constexpr int kSteps = 10000;
+  constexpr int kEarly = 1000;
+  ASSERT_EQ(Cli({"sn", "set", "ORBA24A0000123X"}).status, 0);
+  unique_fd fd = OpenPort();
+  ASSERT_EQ(Ask(fd.get(), "ATE0+CMEE=2"), "ATE0+CMEE=2\r\r\nOK\r\n");
+  const char* mix[] = {"AT",
+                       "AT+CGSN",
+                       "ATI",
+                       "AT+CGMM",
+                       "AT+TQ_CCM_SINGLE=2,R,MAIN",
+                       "AT+TQ_CCM_SINGLE=1,R,TELE",
+                       "AT+TQ_CCM_NOPE=1,R,MAIN",
+                       "AT+CMEE?"};
+  constexpr int kKinds = sizeof(mix) / sizeof(mix[0]);
+  // One round first: what a step opens once and keeps (the service connections) is not a leak.
+  std::string expected[kKinds];
+  for (int k = 0; k < kKinds; ++k) expected[k] = Ask(fd.get(), mix[k]);
+  pid_t daemon = DaemonPid();
+  Holding start = DaemonHolding(daemon), early;
+  timespec t0{}, t1{};
+  clock_gettime(CLOCK_MONOTONIC, &t0);
+  for (int step = 1; step <= kSteps; ++step) {
+    const int k = step % kKinds;
+    ASSERT_EQ(Ask(fd.get(), mix[k]), expected[k]) << "step " << step << ": " << mix[k];
+    if (step == kEarly) early = DaemonHolding(daemon);
+  }
+  clock_gettime(CLOCK_MONOTONIC, &t1);
+  Holding end = DaemonHolding(daemon);
+  double seconds = static_cast<double>(t1.tv_sec - t0.tv_sec) + (t1.tv_nsec - t0.tv_nsec) / 1e9;
+  printf("soak: %d steps in %.2f s (%.0f steps/s)\n", kSteps, seconds, kSteps / seconds);
+  printf("soak: descriptors %d / %d / %d, threads %d / %d / %d, RSS %ld / %ld / %ld KiB "
+         "(start / step %d / end)\n",
+         start.descriptors, early.descriptors, end.descriptors, start.threads, early.threads,
+         end.threads, start.rss_kb, early.rss_kb, end.rss_kb, kEarly);
+  EXPECT_EQ(end.descriptors, start.descriptors);
+  EXPECT_EQ(end.threads, start.threads);
+  EXPECT_LT(end.rss_kb - early.rss_kb, 1024) << "resident memory grew by a MiB or more";
 }
 
 }  // namespace
