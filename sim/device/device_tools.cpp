@@ -58,7 +58,8 @@ bool InstallDeviceTools(const SimContext& ctx, std::string* error) {
     }
   }
   if (!LinkToHost("/system/bin/getprop", ctx.bin_dir + "/getprop") ||
-      !LinkToHost("/system/bin/setprop", ctx.bin_dir + "/setprop")) {
+      !LinkToHost("/system/bin/setprop", ctx.bin_dir + "/setprop") ||
+      !LinkToHost("/vendor/bin/atcid_user", ctx.bin_dir + "/atcid_user")) {
     *error = std::string("cannot link the device tools: ") + strerror(errno);
     return false;
   }

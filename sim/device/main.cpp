@@ -200,6 +200,13 @@ int Status(const SimContext& ctx) {
       printf("%-24s stopped\n", s.name);
     }
   }
+  // The factory AT daemon links its serial line into the device; stations open the target.
+  char port[PATH_MAX] = {};
+  const ServiceSpec* atcid = FindService("atcid_user");
+  if (atcid != nullptr && ServicePid(ctx, *atcid) != 0 &&
+      readlink(DevPath("/dev/ttyGS0"), port, sizeof(port) - 1) > 0) {
+    printf("station serial port: %s\n", port);
+  }
   return kExitOk;
 }
 

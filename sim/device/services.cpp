@@ -92,6 +92,7 @@ const std::vector<ServiceSpec>& DeviceServices() {
       {"orbaem-hal-1-0", "orbaem-hal-1-0", "vendor.factory.hardware.orbaem@1.0::IOrbaEm",
        nullptr},
       {"orba-hw-models", "orba-hw-models", nullptr, "/data/sim/run/orba-hw-models.ready"},
+      {"atcid_user", "atcid_user", nullptr, "/data/sim/run/atcid_user.ready"},
   };
   return services;
 }

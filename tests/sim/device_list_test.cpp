@@ -107,7 +107,7 @@ TEST_F(DeviceListTest, ShowsAStartedAndAStoppedDevice) {
   ASSERT_EQ(rows.count(running), 1u);
   EXPECT_EQ(rows[running].profile, "default");
   EXPECT_EQ(rows[running].state, "running");
-  EXPECT_EQ(rows[running].services, "orbaatcmd-hal-1-0,orbaem-hal-1-0,orba-hw-models");
+  EXPECT_EQ(rows[running].services, "orbaatcmd-hal-1-0,orbaem-hal-1-0,orba-hw-models,atcid_user");
   ASSERT_EQ(rows.count(stopped), 1u);
   EXPECT_EQ(rows[stopped].profile, "rotary");
   EXPECT_EQ(rows[stopped].state, "stopped");
@@ -118,7 +118,7 @@ TEST_F(DeviceListTest, ShowsAStartedAndAStoppedDevice) {
   ASSERT_EQ(stop.status, 0) << stop.err;
   rows = List();
   EXPECT_EQ(rows[running].state, "partial");
-  EXPECT_EQ(rows[running].services, "orbaatcmd-hal-1-0,orba-hw-models");
+  EXPECT_EQ(rows[running].services, "orbaatcmd-hal-1-0,orba-hw-models,atcid_user");
 }
 
 TEST_F(DeviceListTest, ForgetsARemovedRoot) {
