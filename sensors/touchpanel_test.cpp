@@ -162,7 +162,7 @@ void* touchpanel_thread(TestRequest* request) {
   RestoreRate(req.rate);
   const char* result_file = ResultFile(req.value);
   if (result_file == nullptr) return nullptr;
-  remove(DevPath(result_file));
+  remove(DevPathNoFollow(result_file));
   int ret = WriteText(result_file, result);
   if (ret != 0) ORBA_LOGE("write:%s to data failed: %s", req.value, strerror(-ret));
   return nullptr;

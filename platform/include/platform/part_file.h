@@ -44,7 +44,7 @@ class PartFile {
   bool Commit() {
     if (fd_.get() < 0) return false;
     fd_.reset();
-    if (rename(DevPath(part_.c_str()), DevPath(final_.c_str())) != 0) {
+    if (rename(DevPathNoFollow(part_.c_str()), DevPathNoFollow(final_.c_str())) != 0) {
       int err = errno;
       Discard();
       errno = err;
@@ -57,7 +57,7 @@ class PartFile {
  private:
   void Discard() {
     fd_.reset();
-    if (!placed_) unlink(DevPath(part_.c_str()));
+    if (!placed_) unlink(DevPathNoFollow(part_.c_str()));
     placed_ = true;  // nothing left to remove
   }
 
