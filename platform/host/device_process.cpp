@@ -53,12 +53,17 @@ bool Users(pid_t pid, uid_t* real, uid_t* effective) {
 }  // namespace
 
 bool ProcessOfDevice(pid_t pid, const char* root) {
-  if (pid <= 1 || root == nullptr || root[0] == '\0') return false;
+  if (root == nullptr || root[0] == '\0') return false;
   struct stat st;
   if (stat(root, &st) != 0) return false;  // host path: the device root
+  return ProcessOfDevice(pid, root, st.st_uid);
+}
+
+bool ProcessOfDevice(pid_t pid, const char* root, uid_t owner) {
+  if (pid <= 1 || root == nullptr || root[0] == '\0') return false;
   uid_t real = 0, effective = 0;
   if (!Users(pid, &real, &effective)) return false;
-  auto of_device = [&](uid_t uid) { return uid == 0 || uid == st.st_uid; };
+  auto of_device = [&](uid_t uid) { return uid == 0 || uid == owner; };
   if (!of_device(real) || !of_device(effective)) return false;
   return HasVariable(ReadProc(pid, "environ"), std::string(ORBA_DEVICE_ROOT_ENV "=") + root);
 }

@@ -22,7 +22,11 @@ std::string ReadProc(pid_t pid, const char* what) {
 }
 
 bool RunsOnDevice(pid_t pid, const std::string& root) {
-  return orba::platform::ProcessOfDevice(pid, root.c_str());
+  struct stat st;
+  // A root removed under a running device no longer names its owner; whoever asks can only
+  // have started it as themselves (or been root).
+  const uid_t owner = stat(root.c_str(), &st) == 0 ? st.st_uid : geteuid();  // host path: root
+  return orba::platform::ProcessOfDevice(pid, root.c_str(), owner);
 }
 
 bool RunsProgram(pid_t pid, const std::string& program) {

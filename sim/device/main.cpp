@@ -204,7 +204,7 @@ int Status(const SimContext& ctx) {
   char port[PATH_MAX] = {};
   const ServiceSpec* atcid = FindService("atcid_user");
   if (atcid != nullptr && ServicePid(ctx, *atcid) != 0 &&
-      readlink(DevPath("/dev/ttyGS0"), port, sizeof(port) - 1) > 0) {
+      readlink(DevPathNoFollow("/dev/ttyGS0"), port, sizeof(port) - 1) > 0) {
     printf("station serial port: %s\n", port);
   }
   return kExitOk;

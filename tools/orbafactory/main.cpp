@@ -74,7 +74,9 @@ int CheckDevice(const std::string& root) {
                             root.c_str(), root.c_str());
   }
   std::string state;
-  android::base::ReadFileToString(DevPath("/data/sim/state").c_str(), &state);
+  // Followed: DevPath has already resolved the name inside the root, to a descriptor's path.
+  android::base::ReadFileToString(DevPath("/data/sim/state").c_str(), &state,
+                                  /*follow_symlinks=*/true);
   if (state == "stopped\n") {
     return orba::cli::Error(orba::cli::kNoDevice,
                             "the device is stopped: orbafactory-sim start --root %s", root.c_str());

@@ -12,8 +12,11 @@
 
 namespace orba::platform {
 
-// True when process `pid` belongs to the device at host path `root`.
+// True when process `pid` belongs to the device at host path `root`: it carries that root in
+// its environment and runs as the root's owner or as root.
 ORBA_DEVICE_PROCESS_API bool ProcessOfDevice(pid_t pid, const char* root);
+// The same, for a root that may be gone: `owner` stands for the owner it can no longer show.
+ORBA_DEVICE_PROCESS_API bool ProcessOfDevice(pid_t pid, const char* root, uid_t owner);
 
 }  // namespace orba::platform
 
