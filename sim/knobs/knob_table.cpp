@@ -32,7 +32,8 @@ bool Matches(std::string_view pattern, std::string_view name) {
 
 const std::vector<KnobSpec>& Knobs() {
   // Defaults give a healthy device; a profile or a test sets a knob to make it misbehave.
-  static const std::vector<KnobSpec> table = {
+  // Never destroyed: a double's detached reader thread may still look a knob up at exit.
+  static const std::vector<KnobSpec>& table = *new std::vector<KnobSpec>{
       // The hardware models (service orba-hw-models).
       {"sim.hw.enable", "1",
        "0 keeps the hardware models off every node (for tests that write the nodes themselves)"},

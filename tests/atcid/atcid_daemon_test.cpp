@@ -295,7 +295,13 @@ TEST_F(AtcidTest, ThousandsOfStepsLeaveTheDaemonAsTheyFoundIt) {
          end.threads, start.rss_kb, early.rss_kb, end.rss_kb, kEarly);
   EXPECT_EQ(end.descriptors, start.descriptors);
   EXPECT_EQ(end.threads, start.threads);
+#if defined(__SANITIZE_ADDRESS__)
+  // AddressSanitizer holds freed memory in quarantine, so resident size grows by design there;
+  // its leak check at the daemon's exit stands in for this one.
+  GTEST_SKIP() << "resident memory is not measured under AddressSanitizer";
+#else
   EXPECT_LT(end.rss_kb - early.rss_kb, 1024) << "resident memory grew by a MiB or more";
+#endif
 }
 
 }  // namespace
