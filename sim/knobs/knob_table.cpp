@@ -30,10 +30,12 @@ bool Matches(std::string_view pattern, std::string_view name) {
 
 }  // namespace
 
-const std::vector<KnobSpec>& Knobs() {
+KnobRange Knobs() {
   // Defaults give a healthy device; a profile or a test sets a knob to make it misbehave.
-  // Never destroyed: a double's detached reader thread may still look a knob up at exit.
-  static const std::vector<KnobSpec>& table = *new std::vector<KnobSpec>{
+  // A plain array: nothing to construct or destroy, so a double's detached reader thread can
+  // still look a knob up while the process exits, and a double unloaded with dlclose takes no
+  // allocation with it.
+  static const KnobSpec table[] = {
       // The hardware models (service orba-hw-models).
       {"sim.hw.enable", "1",
        "0 keeps the hardware models off every node (for tests that write the nodes themselves)"},
@@ -103,7 +105,7 @@ const std::vector<KnobSpec>& Knobs() {
       {"sim.rpmb.result", "1",
        "tlcrpmb_gp getflag: secure-storage state (1 provisioned, 2 not ready yet)"},
   };
-  return table;
+  return KnobRange{table, table + sizeof(table) / sizeof(table[0])};
 }
 
 const KnobSpec* FindKnob(std::string_view name) {

@@ -20,8 +20,16 @@ struct KnobSpec {
   const char* steers;    // what it steers, one sentence for the README
 };
 
+// A view of the table, for range-for.
+struct KnobRange {
+  const KnobSpec* first;
+  const KnobSpec* last;
+  const KnobSpec* begin() const { return first; }
+  const KnobSpec* end() const { return last; }
+};
+
 // The whole table, grouped by what reads it, in the order the README shows it.
-const std::vector<KnobSpec>& Knobs();
+KnobRange Knobs();
 
 // The knob a property name belongs to (patterns included), or null.
 const KnobSpec* FindKnob(std::string_view name);
