@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/orbafactory/progress.h"
+#include "tools/commands/progress.h"
 
 namespace {
 

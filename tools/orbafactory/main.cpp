@@ -8,7 +8,8 @@
 #include <algorithm>
 #include <string>
 
-#include "cli.h"
+#include "command.h"
+#include "reply.h"
 
 #include <android-base/file.h>
 #include <platform/devpath.h>
@@ -66,10 +67,10 @@ const Family* FindFamily(const std::string& name) {
 // no device, or a simulated device nobody started, ends the command before any step, since a
 // step would otherwise fail on the missing services one by one (or, worse, pass on a device
 // without them).
-int CheckDevice(const std::string& root) {
+int CheckDevice(orba::cli::Reply& reply, const std::string& root) {
   struct stat st;
   if (stat(root.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {  // host path: the root itself
-    return orba::cli::Error(orba::cli::kNoDevice,
+    return orba::cli::Error(reply, orba::cli::kNoDevice,
                             "%s is not a device: create one with orbafactory-sim init --root %s",
                             root.c_str(), root.c_str());
   }
@@ -78,7 +79,7 @@ int CheckDevice(const std::string& root) {
   android::base::ReadFileToString(DevPath("/data/sim/state").c_str(), &state,
                                   /*follow_symlinks=*/true);
   if (state == "stopped\n") {
-    return orba::cli::Error(orba::cli::kNoDevice,
+    return orba::cli::Error(reply, orba::cli::kNoDevice,
                             "the device is stopped: orbafactory-sim start --root %s", root.c_str());
   }
   return orba::cli::kOk;
@@ -88,6 +89,8 @@ int CheckDevice(const std::string& root) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  orba::cli::TextReply text;
+  orba::cli::Reply& reply = text;
   int i = 1;
   bool verbose = false;
   for (; i < argc && argv[i][0] == '-'; ++i) {
@@ -102,7 +105,7 @@ int main(int argc, char** argv) {
     } else if (opt.rfind("--root=", 0) == 0) {
       setenv("ORBA_DEVICE_ROOT", opt.c_str() + 7, 1);
     } else {
-      return orba::cli::Error(orba::cli::kUsage, "unknown option %s (see orbafactory --help)",
+      return orba::cli::Error(reply, orba::cli::kUsage, "unknown option %s (see orbafactory --help)",
                               opt.c_str());
     }
   }
@@ -114,7 +117,7 @@ int main(int argc, char** argv) {
   }
   const Family* family = FindFamily(argv[i]);
   if (family == nullptr) {
-    return orba::cli::Error(orba::cli::kUsage, "no family '%s' (see orbafactory --help)", argv[i]);
+    return orba::cli::Error(reply, orba::cli::kUsage, "no family '%s' (see orbafactory --help)", argv[i]);
   }
   ++i;
   // A family of one unnamed command takes its arguments directly ("orbafactory md5 FILE...").
@@ -130,13 +133,13 @@ int main(int argc, char** argv) {
     if (!direct && strcmp(c.name, argv[i]) == 0) command = &c;
   }
   if (command == nullptr) {
-    return orba::cli::Error(orba::cli::kUsage, "no command '%s %s' (see orbafactory %s --help)",
+    return orba::cli::Error(reply, orba::cli::kUsage, "no command '%s %s' (see orbafactory %s --help)",
                             family->name, argv[i], family->name);
   }
   orba::cli::Args args(argv + i + 1, argv + argc);
   int count = static_cast<int>(args.size());
   if (count < command->min_args || (command->max_args >= 0 && count > command->max_args)) {
-    return orba::cli::Error(orba::cli::kUsage, "usage: orbafactory %s%s%s %s", family->name,
+    return orba::cli::Error(reply, orba::cli::kUsage, "usage: orbafactory %s%s%s %s", family->name,
                             *command->name ? " " : "", command->name, command->args);
   }
 #if !defined(__ANDROID__)
@@ -144,20 +147,20 @@ int main(int argc, char** argv) {
   bool own_device = std::find(args.begin(), args.end(), "--image") != args.end();
   orba_device_root_reset();
   if (orba_device_root()[0] == '\0' && !own_device) {
-    return orba::cli::Error(
-        orba::cli::kNoDevice,
-        "no simulated device: start one with\n"
-        "  orbafactory-sim init --root DIR && orbafactory-sim start --root DIR\n"
-        "then give --root DIR, or eval \"$(orbafactory-sim env --root DIR)\"");
+    return reply.Failure(orba::cli::kNoDevice, "no simulated device: start one with",
+                         "  orbafactory-sim init --root DIR && orbafactory-sim start --root DIR\n"
+                         "then give --root DIR, or eval \"$(orbafactory-sim env --root DIR)\"");
   }
   std::string why;
   if (!orba::platform::CurrentRootUsable(&why)) {
-    return orba::cli::Error(orba::cli::kNoDevice, "%s", why.c_str());
+    return orba::cli::Error(reply, orba::cli::kNoDevice, "%s", why.c_str());
   }
   if (!own_device) {
-    const int code = CheckDevice(orba_device_root());
+    const int code = CheckDevice(reply, orba_device_root());
     if (code != orba::cli::kOk) return code;
   }
 #endif
-  return command->run(args);
+  const int code = command->run(args, reply);
+  reply.End(code);
+  return code;
 }

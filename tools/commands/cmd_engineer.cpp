@@ -1,0 +1,96 @@
+// orbafactory em: the engineer-mode apps, as test steps reach them.
+
+#include <stdio.h>
+#include <string.h>
+
+#include <string>
+
+#include <orbafactory/engineer.h>
+
+#include "command.h"
+
+namespace {
+
+using orba::cli::Args;
+using orba::cli::kFailed;
+using orba::cli::kOk;
+
+std::string Join(const Args& words, size_t from) {
+  std::string out;
+  for (size_t i = from; i < words.size(); ++i) out += (out.empty() ? "" : " ") + words[i];
+  return out;
+}
+
+const char* Arg(const Args& args, size_t i) { return i < args.size() ? args[i].c_str() : ""; }
+
+// The app answers "error" to a request it could not carry out; that is the step failing.
+int PrintReply(orba::cli::Reply& reply, const char* what, const char* answer) {
+  if (answer == nullptr) return orba::cli::Fail(reply, "%s: no reply", what);
+  reply.Stream(orba::cli::Format("%s\n", answer));
+  if (strcmp(answer, "error") == 0) {
+    return orba::cli::Error(reply, kFailed, "%s: the engineer-mode app answered error", what);
+  }
+  return kOk;
+}
+
+int Send(const Args& args, orba::cli::Reply& reply) { return PrintReply(reply, "em send", sendMessage(Join(args, 0).c_str())); }
+int UserSend(const Args& args, orba::cli::Reply& reply) {
+  return PrintReply(reply, "em user-send", sendUserMessage(Join(args, 0).c_str()));
+}
+
+// The app actions by the names stations use, each with up to three arguments.
+struct Action {
+  const char* name;
+  bool (*run)(const char*, const char*, const char*);
+};
+
+const Action kActions[] = {
+    {"start-activity", startActivityFromAtcid}, {"stop-activity", stopActivityFromAtcid},
+    {"start-service", startServiceFromAtcid},   {"stop-service", stopServiceFromAtcid},
+    {"broadcast", sendBroadcastFromAtcid},
+};
+
+int RunAction(const Args& args, orba::cli::Reply& reply) {
+  for (const Action& a : kActions) {
+    if (args[0] != a.name) continue;
+    if (!a.run(Arg(args, 1), Arg(args, 2), Arg(args, 3))) {
+      return orba::cli::Fail(reply, "em action %s: refused or no engineer-mode service", a.name);
+    }
+    reply.Stream(orba::cli::Format("ok\n"));
+    return kOk;
+  }
+  std::string names;
+  for (const Action& a : kActions) names += std::string(names.empty() ? "" : ", ") + a.name;
+  return orba::cli::Error(reply, orba::cli::kUsage, "em action: no action '%s' (one of: %s)",
+                          args[0].c_str(), names.c_str());
+}
+
+int Running(const Args& args, orba::cli::Reply& reply) {
+  bool running = isServiceWork(args[0].c_str());
+  reply.Stream(orba::cli::Format("%s\n", running ? "running" : "not running"));
+  return running ? kOk : kFailed;
+}
+
+int Edition(const Args& args, orba::cli::Reply& reply) {
+  bool ready = OrbaEmcheckCallback(args[0].c_str());
+  reply.Stream(orba::cli::Format("%s\n", ready ? "ready" : "not ready"));
+  return ready ? kOk : kFailed;
+}
+
+const orba::cli::Family kEm{
+    "em",
+    "the engineer-mode apps: messages and actions",
+    {
+        {"send", "MESSAGE...", "send a request to the running engineer-mode edition (exit 1 when it answers error)", 1, -1,
+         Send},
+        {"user-send", "MESSAGE...", "send a request to the user edition (exit 1 on error)", 1, -1,
+         UserSend},
+        {"action", "ACTION [COMPONENT [ARG [ARG]]]",
+         "start-activity|stop-activity|start-service|stop-service|broadcast", 1, 4, RunAction},
+        {"running", "SERVICE_CLASS", "whether an app service runs (exit 1 when not)", 1, 1,
+         Running},
+        {"edition", "TAG", "whether an edition's app answers (exit 1 when not)", 1, 1, Edition},
+    }};
+orba::cli::Registrar em_registrar(kEm);
+
+}  // namespace
