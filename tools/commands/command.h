@@ -31,6 +31,10 @@ enum ExitCode {
 
 using Args = std::vector<std::string>;
 
+// The values an argument takes, for completion and help: record field names, calibration items.
+// `index` counts the command's positional arguments from 0; empty when any value goes.
+using ArgValues = std::vector<std::string> (*)(size_t index);
+
 struct Command {
   const char* name;     // "get"
   const char* args;     // "NAME" (shown in usage)
@@ -39,6 +43,7 @@ struct Command {
   int max_args;         // -1: no limit
   int (*run)(const Args& args, Reply& reply);
   const char* example = nullptr;  // one runnable line, after "orbafactory " ("sn get")
+  ArgValues values = nullptr;     // where the arguments come from a known set
 };
 
 struct Family {
