@@ -1,6 +1,7 @@
 // An interrupted step puts back what it changed: SIGINT or SIGTERM in mid-step, sent once the
 // step is seen under way on the device, stops the motor, restores the refresh rate and ends the
-// command the device runs; the tool then ends by that signal.
+// command the device runs; the tool then ends by that signal. A capture, which runs until
+// interrupted, ends normally instead.
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -138,6 +139,24 @@ TEST_F(InterruptCliTest, TurnsStopTheMotor) {
     // The model takes the stop when it sees the node change; without one the long command
     // would stay the last for good.
     EXPECT_TRUE(Await([&] { return LastRotaryCommand() == "0"; })) << way;
+  }
+}
+
+// A capture runs until Ctrl-C: there the interrupt is the step's normal end, not a failure.
+TEST_F(InterruptCliTest, CaptureEndsNormallyOnInterrupt) {
+  Start("default");
+  const std::string capture = root() + "/data/vendor/engineermode/last_factory_adb.log";
+  for (int sig : {SIGINT, SIGTERM}) {
+    unlink(capture.c_str());  // this run's capture is under way once the file is back
+    pid_t pid = Launch({"log", "start"});
+    ASSERT_TRUE(Await([&] {
+      return !ReadDeviceFile("/data/vendor/engineermode/last_factory_adb.log").empty();
+    }));
+    ASSERT_EQ(kill(pid, sig), 0);
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "signal " << sig << ", status "
+                                                              << status;
   }
 }
 

@@ -1,6 +1,5 @@
 // orbafactory log: factory log capture and the device's log-collection apps.
 
-#include <signal.h>
 #include <stdio.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -31,11 +30,7 @@ int Start(const Args& args, orba::cli::Reply& reply) {
     return orba::cli::kUsage;
   }
   // The capture threads live in this process, so it stays until interrupted or for SECONDS.
-  sigset_t stop;
-  sigemptyset(&stop);
-  sigaddset(&stop, SIGINT);
-  sigaddset(&stop, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &stop, nullptr);  // before the threads, so they inherit it
+  orba::cli::InterruptStops stop;
   if (open_factory_log() != 0) {
     return orba::cli::Fail(reply, "log start: capture threads not started");
   }
@@ -44,9 +39,7 @@ int Start(const Args& args, orba::cli::Reply& reply) {
           seconds > 0 ? "stops after the given time" : "Ctrl-C stops");
   const time_t end = seconds > 0 ? time(nullptr) + seconds : 0;
   for (;;) {
-    timespec tick = {1, 0};
-    siginfo_t info;
-    if (sigtimedwait(&stop, &info, &tick) > 0) break;
+    if (stop.Wait(std::chrono::seconds(1))) break;
     if (progress) {
       fprintf(stderr, "\r  logcat %ld bytes, kernel %ld bytes   ", SizeOf(kAdbLog),
               SizeOf(kKernelLog));

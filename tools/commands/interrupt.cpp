@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -34,23 +35,38 @@ std::vector<Entry>& Entries() {
 unsigned long g_next_id = 1;
 std::atomic<bool> g_interrupted{false};
 
-// The handler only writes the signal number; everything else happens on the watcher thread,
-// where taking a lock and talking to the device are allowed.
-int g_pipe[2] = {-1, -1};
+// A step that an interrupt ends as a normal stop: the watcher wakes it instead of ending the
+// process. Guarded by Mutex().
+std::condition_variable& StopWoken() {
+  static auto* cv = new std::condition_variable;
+  return *cv;
+}
+int g_stop_holders = 0;
+bool g_stop_requested = false;
 
-void OnSignal(int sig) {
-  const int saved = errno;
-  unsigned char byte = static_cast<unsigned char>(sig);
-  ssize_t ignored = write(g_pipe[1], &byte, 1);
-  (void)ignored;
-  errno = saved;
+sigset_t Interrupts() {
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGINT);
+  sigaddset(&set, SIGTERM);
+  return set;
 }
 
+// The signals stay blocked in every thread and are taken here, synchronously: a handler would
+// have to interrupt whichever thread the kernel picked, and a thread parked in a blocking call
+// (waiting on the device's service) is exactly where a deferred handler never runs.
 [[noreturn]] void Watch() {
-  unsigned char byte = 0;
-  while (read(g_pipe[0], &byte, 1) != 1) {
+  const sigset_t set = Interrupts();
+  int sig = 0;
+  for (;;) {
+    siginfo_t info;
+    sig = sigwaitinfo(&set, &info);
+    if (sig < 0) continue;
+    std::lock_guard<std::mutex> lock(Mutex());
+    if (g_stop_holders == 0) break;
+    g_stop_requested = true;
+    StopWoken().notify_all();
   }
-  const int sig = byte;
   g_interrupted = true;
   {
     // Held until the process ends: a step finishing meanwhile cannot drop an undo half-run,
@@ -64,34 +80,24 @@ void OnSignal(int sig) {
   }
   fflush(stdout);
   fflush(stderr);
+  // Ends by the same signal, so the caller's shell sees what ended it.
   signal(sig, SIG_DFL);
-  sigset_t set;
-  sigemptyset(&set);
-  sigaddset(&set, sig);
-  pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+  sigset_t one;
+  sigemptyset(&one);
+  sigaddset(&one, sig);
   raise(sig);
+  pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
   _exit(128 + sig);
 }
 
 }  // namespace
 
 void HandleInterrupts() {
-  if (pipe2(g_pipe, O_CLOEXEC) != 0) return;  // without it the signals keep their defaults
-  // The watcher never takes the signals itself: a step that blocks them to wait for them
-  // (log start) must get them, not the watcher.
-  sigset_t both, old;
-  sigemptyset(&both);
-  sigaddset(&both, SIGINT);
-  sigaddset(&both, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &both, &old);
+  // Before any thread starts, so every later thread (the library's too) inherits the mask;
+  // children get a clean mask from the spawn helper.
+  const sigset_t set = Interrupts();
+  if (pthread_sigmask(SIG_BLOCK, &set, nullptr) != 0) return;
   std::thread(Watch).detach();
-  pthread_sigmask(SIG_SETMASK, &old, nullptr);
-  struct sigaction sa = {};
-  sa.sa_handler = OnSignal;
-  sa.sa_flags = SA_RESTART;
-  sigemptyset(&sa.sa_mask);
-  sigaction(SIGINT, &sa, nullptr);
-  sigaction(SIGTERM, &sa, nullptr);
 }
 
 void HoldIfInterrupted() {
@@ -113,6 +119,22 @@ Undo::~Undo() {
       break;
     }
   }
+}
+
+InterruptStops::InterruptStops() {
+  std::lock_guard<std::mutex> lock(Mutex());
+  ++g_stop_holders;
+  g_stop_requested = false;
+}
+
+InterruptStops::~InterruptStops() {
+  std::lock_guard<std::mutex> lock(Mutex());
+  --g_stop_holders;
+}
+
+bool InterruptStops::Wait(std::chrono::milliseconds timeout) {
+  std::unique_lock<std::mutex> lock(Mutex());
+  return StopWoken().wait_for(lock, timeout, [] { return g_stop_requested; });
 }
 
 }  // namespace orba::cli

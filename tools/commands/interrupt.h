@@ -13,12 +13,14 @@
 // it must be safe to run beside the step (writing a stop, sending a message), and it is the last
 // thing the process does.
 
+#include <chrono>
 #include <functional>
 #include <string>
 
 namespace orba::cli {
 
-// Installs the SIGINT and SIGTERM handling; main calls it once before any step starts.
+// Takes SIGINT and SIGTERM on a watcher thread of their own; main calls it once, before any other
+// thread starts.
 void HandleInterrupts();
 
 // A step whose device calls return while an interrupt is being handled (the undo ended its
@@ -35,6 +37,19 @@ class Undo {
 
  private:
   unsigned long id_;
+};
+
+// A step that runs until interrupted (a capture stopped with Ctrl-C): while one is held, SIGINT or
+// SIGTERM ends Wait() instead of the process, and the step finishes as it would after its time.
+class InterruptStops {
+ public:
+  InterruptStops();
+  ~InterruptStops();
+  InterruptStops(const InterruptStops&) = delete;
+  InterruptStops& operator=(const InterruptStops&) = delete;
+
+  // True when an interrupt came, false after `timeout` without one.
+  bool Wait(std::chrono::milliseconds timeout);
 };
 
 }  // namespace orba::cli
