@@ -8,6 +8,8 @@ extern "C" {
 ORBA_EXPORT char recv_buf[4096];
 ORBA_EXPORT char cmd_recv_buf[1024];
 ORBA_EXPORT char camera_recv_buf[1024];
-ORBA_EXPORT pthread_mutex_t g_sendmessage_mutex = PTHREAD_MUTEX_INITIALIZER;
+// Recursive: a caller that must read the reply before another thread's send overwrites it holds
+// the lock across its send and its copy.
+ORBA_EXPORT pthread_mutex_t g_sendmessage_mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 }

@@ -45,13 +45,20 @@ const char* ResultFile(const char* value) {
   return nullptr;
 }
 
-// The starter and the collecting threads of earlier tests ask the app concurrently; the reply
-// buffer is shared, so each request and the copy of its answer go together.
-std::mutex g_ask_mutex;
+// The starter and the collecting threads of earlier tests ask the app concurrently, and so may
+// the application's own threads; the reply buffer is shared by every sender, so each request and
+// the copy of its answer go together under the send lock.
+class SendLock {
+ public:
+  SendLock() { pthread_mutex_lock(&g_sendmessage_mutex); }
+  ~SendLock() { pthread_mutex_unlock(&g_sendmessage_mutex); }
+  SendLock(const SendLock&) = delete;
+  SendLock& operator=(const SendLock&) = delete;
+};
 
 // The engineer app's answer to one request, copied out of the shared reply buffer.
 void Ask(const char* request, char (&answer)[kRateSize]) {
-  std::lock_guard<std::mutex> lock(g_ask_mutex);
+  SendLock lock;
   memset(answer, 0, sizeof(answer));
   const char* reply = sendMessage(request);
   if (reply != nullptr) strncpy(answer, reply, sizeof(answer) - 1);

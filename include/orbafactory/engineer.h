@@ -46,7 +46,8 @@ ORBA_EXPORT extern char recv_buf[4096];
 ORBA_EXPORT extern char cmd_recv_buf[1024];
 /* The last reply read from the camera service, as received (not terminated when it is full). */
 ORBA_EXPORT extern char camera_recv_buf[1024];
-/* Serialises sendMessage and sendUserMessage. */
+/* Serialises sendMessage and sendUserMessage. Recursive: hold it across a send and the copy of
+ * its reply, and no other thread's send overwrites recv_buf in between. */
 ORBA_EXPORT extern pthread_mutex_t g_sendmessage_mutex;
 
 ORBA_EXPORT char* sendMessage(const char* msg);

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -193,6 +195,40 @@ TEST_F(EngineerMessageTest, SendLockIsHeldFromTheFirstPassToTheReply) {
   pthread_mutex_unlock(&g_sendmessage_mutex);
   sender.join();
   EXPECT_EQ(reply, "done");
+}
+
+// A caller holding the lock sends and copies the reply before any other thread's send can
+// overwrite the shared buffer; the send in between must not deadlock on the lock it holds.
+TEST_F(EngineerMessageTest, HolderOfTheSendLockSendsAndReadsItsOwnReply) {
+  InstallEngineerMode();
+  SetProp("sim.em.default_reply", "mine");
+  std::atomic<bool> other_done{false};
+  std::thread other;
+  struct Seen {
+    std::string reply;
+    bool other_done;
+  };
+  std::promise<Seen> seen;
+  std::future<Seen> result = seen.get_future();
+  // Detached: were the lock not recursive, this thread would stay blocked for good.
+  std::thread([&] {
+    pthread_mutex_lock(&g_sendmessage_mutex);
+    other = std::thread([&] {
+      sendMessage("from another thread");
+      other_done = true;
+    });
+    std::string reply = sendMessage("mine");
+    Seen s{reply, other_done.load()};
+    pthread_mutex_unlock(&g_sendmessage_mutex);
+    seen.set_value(s);
+  }).detach();
+  ASSERT_EQ(result.wait_for(std::chrono::seconds(20)), std::future_status::ready)
+      << "a send under the held lock deadlocked";
+  const Seen s = result.get();
+  EXPECT_EQ(s.reply, "mine");
+  EXPECT_FALSE(s.other_done);
+  other.join();
+  EXPECT_TRUE(other_done);
 }
 
 // Concurrent senders to two editions: each exchange's calls must form one unbroken run.
