@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <orbafactory/persist.h>
 #include <persist/xole_nv_fields.h>
@@ -147,14 +148,16 @@ int WithBackupPartition(Reply& reply, const ImageOptions& options,
     rc = body(args, reply);
   }
   if (rc != kOk || !options.write_back) {
-    if (options.write_back) fprintf(stderr, "orbafactory: %s left unchanged\n", options.image.c_str());
+    if (options.write_back) {
+      reply.Note(Format("orbafactory: %s left unchanged", options.image.c_str()));
+    }
     return rc;
   }
   fs::copy_file(partition, options.image, fs::copy_options::overwrite_existing, ec);
   if (ec) {
     return Error(reply, kFailed, "cannot write %s back: %s", options.image.c_str(), ec.message().c_str());
   }
-  fprintf(stderr, "orbafactory: %s written back\n", options.image.c_str());
+  reply.Note(Format("orbafactory: %s written back", options.image.c_str()));
   return kOk;
 #endif
 }
@@ -202,46 +205,45 @@ int32_t GetInt(const uint8_t* record, size_t offset) {
   return v;
 }
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-std::string Format(const uint8_t* record, const Field& f) {
-  char out[256];
+int Decimals(const Field& f) {
+  const char* dot = strstr(f.format, "%.");
+  return dot != nullptr ? atoi(dot + 2) : 6;  // "%f" shows six places
+}
+
+// The record view's conversion of a field, without its name. Some conversions start with a
+// space ("= 0x%x"): that is the view's layout, never part of the value.
+const char* Conversion(const Field& f) {
+  const char* conversion = strchr(f.format, '=') + 1;
+  while (*conversion == ' ') ++conversion;
+  return conversion;
+}
+
+// A field's value, typed; a word the view writes in hex ("0x1f", "1f") stays text, as shown.
+orba::cli::Value FieldValue(const uint8_t* record, const Field& f) {
   switch (f.type) {
     case kInt32:
-      snprintf(out, sizeof(out), f.format, GetInt(record, f.offset));
-      break;
+      return orba::cli::Value(GetInt(record, f.offset));
     case kUint32:
-      snprintf(out, sizeof(out), f.format, static_cast<unsigned>(GetInt(record, f.offset)));
-      break;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+      return orba::cli::Value(
+          orba::cli::Format(Conversion(f), static_cast<unsigned>(GetInt(record, f.offset))));
+#pragma GCC diagnostic pop
     case kFloat32: {
       float v;
       memcpy(&v, record + f.offset, sizeof(v));
-      snprintf(out, sizeof(out), f.format, static_cast<double>(v));
-      break;
+      return orba::cli::Value::Real(static_cast<double>(v), Decimals(f));
     }
     case kChar:
-      snprintf(out, sizeof(out), f.format, record[f.offset]);
-      break;
+      return orba::cli::Value(std::string(1, static_cast<char>(record[f.offset])));
     case kText:
-    case kTextFfUnset: {
-      char text[160] = {};
-      if (!(f.type == kTextFfUnset && record[f.offset] == 0xFF)) {
-        size_t n = 0;
-        while (n < f.width && record[f.offset + n] != '\0') ++n;
-        memcpy(text, record + f.offset, n);
-      }
-      snprintf(out, sizeof(out), f.format, text);
+    case kTextFfUnset:
       break;
-    }
   }
-  return out;
-}
-#pragma GCC diagnostic pop
-
-// The printed line under the name the user types (the format keeps the record's own spacing).
-std::string Line(const uint8_t* record, const Field& f) {
-  std::string text = Format(record, f);
-  return UserName(f) + text.substr(FieldName(f).size());
+  if (f.type == kTextFfUnset && record[f.offset] == 0xFF) return orba::cli::Value("");
+  size_t n = 0;
+  while (n < f.width && record[f.offset + n] != '\0') ++n;
+  return orba::cli::Value(std::string(reinterpret_cast<const char*>(record + f.offset), n));
 }
 
 bool Parse(orba::cli::Reply& reply, const Field& f, const std::string& value, uint8_t* record) {
@@ -315,7 +317,9 @@ int ReadRecord(orba::cli::Reply& reply, uint8_t* record) {
 int DumpBody(const Args&, orba::cli::Reply& reply) {
   uint8_t record[XOLE_NV_ITEM_SIZE] = {};
   if (int rc = ReadRecord(reply, record); rc != orba::cli::kOk) return rc;
-  for (const Field& f : kFields) reply.Stream(orba::cli::Format("%s\n", Line(record, f).c_str()));
+  orba::cli::Fields fields;
+  for (const Field& f : kFields) fields.push_back({UserName(f), FieldValue(record, f)});
+  reply.Record(fields);
   return orba::cli::kOk;
 }
 
@@ -331,7 +335,7 @@ int GetBody(const Args& args, orba::cli::Reply& reply) {
   if (f == nullptr) return UnknownField(reply, args[0]);
   uint8_t record[XOLE_NV_ITEM_SIZE] = {};
   if (int rc = ReadRecord(reply, record); rc != orba::cli::kOk) return rc;
-  reply.Stream(orba::cli::Format("%s\n", Line(record, *f).c_str()));
+  reply.Answer({{"value", FieldValue(record, *f)}});
   return orba::cli::kOk;
 }
 
@@ -344,7 +348,7 @@ int SetBody(const Args& args, orba::cli::Reply& reply) {
   if (put_XOLE_NV_item(record) != 0) {
     return orba::cli::Fail(reply, "cannot store the factory record");
   }
-  reply.Stream(orba::cli::Format("%s\n", Line(record, *f).c_str()));
+  reply.Answer({{"field", UserName(*f)}, {"value", FieldValue(record, *f)}});
   return orba::cli::kOk;
 }
 
@@ -360,6 +364,14 @@ int Run(orba::cli::Reply& reply, Args args, int (*body)(const Args&, orba::cli::
   return orba::cli::WithBackupPartition(reply, options, body, args);
 }
 
+// Every command's first argument is a field, named as the dump names it.
+std::vector<std::string> FieldNames(size_t index) {
+  std::vector<std::string> names;
+  if (index != 0) return names;
+  for (const Field& f : kFields) names.push_back(UserName(f));
+  return names;
+}
+
 int Dump(const Args& args, orba::cli::Reply& reply) { return Run(reply, args, DumpBody, 0, 0); }
 int Get(const Args& args, orba::cli::Reply& reply) { return Run(reply, args, GetBody, 1, 1); }
 int Set(const Args& args, orba::cli::Reply& reply) { return Run(reply, args, SetBody, 2, 2); }
@@ -369,13 +381,17 @@ const orba::cli::Family kNv{
     "the factory record in the backup partition, field by field",
     {
         {"dump", "[--image FILE [--write-back]]",
-         "every field; --image works on a copy of a pulled partition image (a read repairs "
-         "damaged copies in the copy only), --write-back stores the repaired copy into FILE",
-         0, 3, Dump},
-        {"get", "FIELD [--image FILE [--write-back]]", "one field, named as in the dump", 1, 4,
-         Get},
+         "every field, one name=value line each; --image works on a copy of a pulled partition "
+         "image (a read repairs damaged copies in the copy only), --write-back stores the "
+         "repaired copy into FILE",
+         0, 3, Dump, "nv dump"},
+        {"get", "FIELD [--image FILE [--write-back]]",
+         "one field's value, the field named as in the dump", 1, 4, Get, "nv get als_cali_flag",
+         FieldNames},
         {"set", "FIELD VALUE [--image FILE [--write-back]]",
-         "change one field and store both copies (into FILE only with --write-back)", 2, 5, Set},
+         "change one field and store both copies (into FILE only with --write-back); answers "
+         "the field and its stored value",
+         2, 5, Set, "nv set als_cali_flag 1", FieldNames},
     }};
 orba::cli::Registrar registrar(kNv);
 
