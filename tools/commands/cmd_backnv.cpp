@@ -61,7 +61,8 @@ int Dump(const Args& in, orba::cli::Reply& reply) {
   orba::cli::ImageOptions options;
   if (!orba::cli::TakeImageOptions(reply, &args, &options)) return orba::cli::kUsage;
   if (!args.empty()) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "backnv dump: unexpected '%s'", args[0].c_str());
+    return orba::cli::Error(reply, orba::cli::kUsage, "backnv dump: unexpected '%s'",
+                            args[0].c_str());
   }
   return orba::cli::WithBackupPartition(reply, options, DumpBody, args);
 }

@@ -69,8 +69,10 @@ int Get(const Args& args, orba::cli::Reply& reply) {
 int Set(const Args& in, orba::cli::Reply& reply) {
   Args args = in;
   int uart = TakeAppFlag(&args) ? 0 : 1;
-  if (args.size() != 2) return orba::cli::Error(reply, orba::cli::kUsage, "cali set ITEM VALUE [--app]");
-  if (!CheckItem(reply, args[0], "set") || !CheckState(reply, args[1], "set")) return orba::cli::kUsage;
+  if (args.size() != 2)
+    return orba::cli::Error(reply, orba::cli::kUsage, "cali set ITEM VALUE [--app]");
+  if (!CheckItem(reply, args[0], "set") || !CheckState(reply, args[1], "set"))
+    return orba::cli::kUsage;
   if (set_calibrate_item_state(args[0].c_str(), args[1].c_str(), uart) != 0) {
     return orba::cli::Fail(reply, "cali set %s: not stored", args[0].c_str());
   }
@@ -98,7 +100,8 @@ int BgDark(const Args& in, orba::cli::Reply& reply) {
     return orba::cli::kOk;
   }
   if (args.size() != 2) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "cali bg-dark ITEM [VALUE] [--app] | --all VALUE");
+    return orba::cli::Error(reply, orba::cli::kUsage,
+                            "cali bg-dark ITEM [VALUE] [--app] | --all VALUE");
   }
   if (!CheckState(reply, args[1], "bg-dark")) return orba::cli::kUsage;
   if (set_calibrate_item_bg_dark(args[0].c_str(), args[1].c_str(), uart) != 0) {

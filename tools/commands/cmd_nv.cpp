@@ -117,13 +117,14 @@ int WithBackupPartition(Reply& reply, const ImageOptions& options,
                         int (*body)(const Args&, Reply&), const Args& args) {
   if (options.image.empty()) return body(args, reply);
 #if defined(__ANDROID__)
-  return Error(reply, kUsage, "--image works on a workstation only; on the phone use the partition");
+  return Error(reply, kUsage,
+               "--image works on a workstation only; on the phone use the partition");
 #else
   std::error_code ec;
   if (!fs::is_regular_file(options.image, ec)) {
     // The image is the engineer's own file on this host, not a device path.
-    return Error(reply, kUsage, "--image %s: not a readable file on this host: %s", options.image.c_str(),
-                 ec ? ec.message().c_str() : "not a regular file");
+    return Error(reply, kUsage, "--image %s: not a readable file on this host: %s",
+                 options.image.c_str(), ec ? ec.message().c_str() : "not a regular file");
   }
   TemporaryRoot root;
   if (root.path().empty()) return Error(reply, kFailed, "cannot make a temporary device root");
@@ -155,7 +156,8 @@ int WithBackupPartition(Reply& reply, const ImageOptions& options,
   }
   fs::copy_file(partition, options.image, fs::copy_options::overwrite_existing, ec);
   if (ec) {
-    return Error(reply, kFailed, "cannot write %s back: %s", options.image.c_str(), ec.message().c_str());
+    return Error(reply, kFailed, "cannot write %s back: %s", options.image.c_str(),
+                 ec.message().c_str());
   }
   reply.Note(Format("orbafactory: %s written back", options.image.c_str()));
   return kOk;
@@ -265,8 +267,8 @@ bool Parse(orba::cli::Reply& reply, const Field& f, const std::string& value, ui
       errno = 0;
       unsigned long v = strtoul(value.c_str(), &end, 16);
       if (value.empty() || *end != '\0' || errno != 0 || v > UINT32_MAX || value[0] == '-') {
-        orba::cli::Error(reply, orba::cli::kUsage, "%s: '%s' is not a hex number", UserName(f).c_str(),
-                         value.c_str());
+        orba::cli::Error(reply, orba::cli::kUsage, "%s: '%s' is not a hex number",
+                         UserName(f).c_str(), value.c_str());
         return false;
       }
       uint32_t x = static_cast<uint32_t>(v);
@@ -286,7 +288,8 @@ bool Parse(orba::cli::Reply& reply, const Field& f, const std::string& value, ui
     }
     case kChar:
       if (value.size() != 1) {
-        orba::cli::Error(reply, orba::cli::kUsage, "%s: one character expected", UserName(f).c_str());
+        orba::cli::Error(reply, orba::cli::kUsage, "%s: one character expected",
+                         UserName(f).c_str());
         return false;
       }
       record[f.offset] = static_cast<uint8_t>(value[0]);
@@ -326,8 +329,8 @@ int DumpBody(const Args&, orba::cli::Reply& reply) {
 int UnknownField(orba::cli::Reply& reply, const std::string& name) {
   std::string names;
   for (const Field& f : kFields) names += "\n  " + UserName(f);
-  return orba::cli::Error(reply, orba::cli::kUsage, "nv: no field '%s'; the fields are:%s", name.c_str(),
-                          names.c_str());
+  return orba::cli::Error(reply, orba::cli::kUsage, "nv: no field '%s'; the fields are:%s",
+                          name.c_str(), names.c_str());
 }
 
 int GetBody(const Args& args, orba::cli::Reply& reply) {
@@ -357,7 +360,8 @@ int Run(orba::cli::Reply& reply, Args args, int (*body)(const Args&, orba::cli::
   orba::cli::ImageOptions options;
   if (!orba::cli::TakeImageOptions(reply, &args, &options)) return orba::cli::kUsage;
   if (args.size() < min || args.size() > max) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "wrong number of arguments (see orbafactory nv --help)");
+    return orba::cli::Error(reply, orba::cli::kUsage,
+                            "wrong number of arguments (see orbafactory nv --help)");
   }
   // Checked before the image is copied anywhere, so a typo costs nothing.
   if (!args.empty() && FindField(args[0]) == nullptr) return UnknownField(reply, args[0]);
