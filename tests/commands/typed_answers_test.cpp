@@ -115,7 +115,9 @@ TEST_F(TypedAnswersTest, EachCommandAnswersItsFieldsWithTheirKinds) {
     const std::string line = c.family + " " + c.command;
     RecordingReply reply;
     EXPECT_EQ(RunCommand(c.family, c.command, c.args, &reply), orba::cli::kOk) << line;
-    for (const RecordingReply::Failed& f : reply.failures) ADD_FAILURE() << line << ": " << f.message;
+    for (const RecordingReply::Failed& f : reply.failures) {
+      ADD_FAILURE() << line << ": " << f.message;
+    }
     EXPECT_TRUE(reply.stream.empty()) << line << ": " << reply.stream;
     EXPECT_GE(reply.answers.size(), c.answers) << line;
     if (c.answers == 0) {
