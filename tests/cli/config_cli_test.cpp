@@ -78,15 +78,9 @@ TEST_F(ConfigCliTest, Identity) {
   ProgramResult r = Cli({"identity"});
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out,
-            "project:        PD5404F_EX (export variant)\n"
-            "hardware:       mt6893\n"
-            "platform:       MediaTek (2)\n"
-            "edition:        user\n"
-            "engineer mode:  absent (board-support build)\n"
-            "android:        13 (sdk 33)\n"
-            "factory boot:   yes\n"
-            "multi-sim:      no\n"
-            "fingerprint:    no\n");
+            "project=PD5404F_EX export_variant=true hardware=mt6893 platform=MediaTek "
+            "platform_id=2 edition=user engineer_mode=false android=13 sdk=33 factory_boot=true "
+            "multi_sim=false fingerprint=false\n");
   EXPECT_EQ(Cli({"identity", "extra"}).status, 2);
 }
 
@@ -157,13 +151,15 @@ TEST_F(ConfigCliTest, Ini) {
   RunSteps({
                {{"ini", "get", "/vendor/etc/ntc.ini", "cmd:run"}, 0, "echo a; echo b\n", nullptr},
                {{"ini", "get", "/vendor/etc/ntc.ini", "ntc:pa_ntc", "cmd:run"}, 0,
-                "ntc:pa_ntc = /sys/class/thermal/thermal_zone1/temp\ncmd:run = echo a; echo b\n",
+                "key=ntc:pa_ntc value=/sys/class/thermal/thermal_zone1/temp\n"
+                "key=cmd:run value=\"echo a; echo b\"\n",
                 nullptr},
                {{"ini", "get", "/vendor/etc/ntc.ini", "ntc:none", "cmd:run"}, 1,
-                "cmd:run = echo a; echo b\n",
+                "key=cmd:run value=\"echo a; echo b\"\n",
                 "no key ntc:none"},
                {{"ini", "get", "/vendor/etc/ntc.ini", "ntc"}, 1, "", "is a section"},
-               {{"ini", "sections", "/vendor/etc/ntc.ini"}, 0, "ntc\t2\ncmd\t1\n", nullptr},
+               {{"ini", "sections", "/vendor/etc/ntc.ini"}, 0,
+                "section=ntc keys=2\nsection=cmd keys=1\n", nullptr},
                {{"ini", "sections", "/vendor/etc/none.ini"}, 1, "", "cannot read"},
            },
            [this](std::vector<std::string> a) { return Cli(std::move(a)); });

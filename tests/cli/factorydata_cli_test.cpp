@@ -38,7 +38,7 @@ TEST_F(FactoryDataCliTest, TfdataInventoryAndClean) {
     std::string out;  // the whole stdout
   };
   const std::vector<Step> steps = {
-      {{"tfdata", "type"}, 0, "2 ini /sdcard/.clear_sdcard.ini\n"},
+      {{"tfdata", "type"}, 0, "type=2 format=ini path=/sdcard/.clear_sdcard.ini\n"},
       {{"tfdata", "list"},
        0,
        "/sdcard/Movies/orbaDemoVideo_ORBA.mp4\n/sdcard/Movies/orbaDemoVideo_EU.mp4\n"
@@ -46,16 +46,13 @@ TEST_F(FactoryDataCliTest, TfdataInventoryAndClean) {
       {{"tfdata", "list", "EU"}, 1, ""},
       {{"tfdata", "list", "EU", "--all"}, 0, "/sdcard/Music/song.flac\n"},
       {{"tfdata", "list", "--bogus"}, 2, ""},
-      {{"tfdata", "size"}, 0, "15 bytes in 3 listed files\n"},
-      {{"tfdata", "check"},
-       1,
-       "lost:/sdcard/Music/song.flac\nmissing files: 1 of 3 listed are not there\naccess: ok\n"},
+      {{"tfdata", "size"}, 0, "size=15 files=3\n"},
+      {{"tfdata", "check"}, 1, "path=/sdcard/Music/song.flac state=lost\n"},
       {{"tfdata", "clean"}, 2, ""},
       {{"tfdata", "clean", "--demo", "ORBA"},
        0,
-       "deleted: /sdcard/Movies/orbaDemoVideo_EU.mp4\n1 demo videos of other variants than ORBA "
-       "deleted\n"},
-      {{"tfdata", "clean", "--yes"}, 0, "/sdcard cleaned, 3 listed paths kept\n"},
+       "/sdcard/Movies/orbaDemoVideo_EU.mp4\n"},
+      {{"tfdata", "clean", "--yes"}, 0, "path=/sdcard kept=3\n"},
   };
   for (const Step& s : steps) {
     auto r = Cli(s.args);
@@ -72,13 +69,14 @@ TEST_F(FactoryDataCliTest, CleanRefusesWithoutAList) {
   auto r = Cli({"tfdata", "clean", "--yes"});
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(Exists("/sdcard/photo.jpg"));
-  EXPECT_EQ(Cli({"tfdata", "type"}).out, "0 none\n");
+  EXPECT_EQ(Cli({"tfdata", "type"}).out, "type=0 format=none path=\"\"\n");
 }
 
 TEST_F(FactoryDataCliTest, CopyAndToolCommands) {
   WriteDeviceFile("/data/staged/a.bin", std::string(5000, 'a'));
   auto placed = Cli({"copy", "place", "/data/staged/a.bin", "/sdcard/x/y/a.bin", "--move"});
   EXPECT_EQ(placed.status, 0) << placed.err;
+  EXPECT_EQ(placed.out, "source=/data/staged/a.bin path=/sdcard/x/y/a.bin size=5000\n");
   struct stat st;
   ASSERT_EQ(stat(HostPath("/sdcard/x/y/a.bin").c_str(), &st), 0);
   EXPECT_EQ(st.st_uid, 1023u);
@@ -87,7 +85,10 @@ TEST_F(FactoryDataCliTest, CopyAndToolCommands) {
   EXPECT_FALSE(Exists("/data/staged/a.bin"));
   EXPECT_EQ(Cli({"copy", "check", "/sdcard/x/y/a.bin"}).status, 0);
   WriteDeviceFile("/data/bad.zip", "nope");
-  EXPECT_EQ(Cli({"copy", "check", "/data/bad.zip"}).status, 1);
+  auto bad = Cli({"copy", "check", "/sdcard/x/y/a.bin", "/data/bad.zip"});
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_EQ(bad.out, "path=/sdcard/x/y/a.bin ok=true\npath=/data/bad.zip ok=false\n");
+  EXPECT_EQ(bad.err, "orbafactory: copy check: 1 of 2 files are not ZIP archives\n");
   EXPECT_EQ(Cli({"copy", "place", "/data/bad.zip", "/sdcard/b.zip", "--keep"}).status, 2);
 
   WriteDeviceFile("/cache/recovery/last_tool_test_app.ini",

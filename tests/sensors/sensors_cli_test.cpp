@@ -75,10 +75,12 @@ TEST_F(SensorsCliTest, DeviceQueriesFromTheProfile) {
   const Case cases[] = {
       {{"storage", "maker"}, "Samsung\n"},
       {{"storage", "bom"}, "BOM-EMMC-S128G\n"},
-      {{"storage", "secure-boot"}, "enabled\n"},
-      {{"storage", "rpmb"}, "provisioned\n"},
-      {{"ntc"}, "type 1: board_ntc:36.5,pa_ntc:41.2\ntype 2: chg_ntc:29.8\n"},
-      {{"ntc", "2"}, "type 2: chg_ntc:29.8\n"},
+      {{"storage", "secure-boot"}, "true\n"},
+      {{"storage", "rpmb"}, "true\n"},
+      {{"ntc"},
+       "type=1 name=board_ntc celsius=36.5\ntype=1 name=pa_ntc celsius=41.2\n"
+       "type=2 name=chg_ntc celsius=29.8\n"},
+      {{"ntc", "2"}, "type=2 name=chg_ntc celsius=29.8\n"},
   };
   // The RPMB query runs the device's tlcrpmb_gp: the device's tools first, as after `env`.
   std::string path = getenv("PATH") != nullptr ? getenv("PATH") : "/usr/bin:/bin";

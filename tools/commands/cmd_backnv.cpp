@@ -1,7 +1,6 @@
 // orbafactory backnv dump: the secondary sensors' record, on the device or on a pulled image.
 
 #include <stdint.h>
-#include <stdio.h>
 #include <string.h>
 
 #include <orbafactory/persist.h>
@@ -32,17 +31,28 @@ int DumpBody(const Args&, orba::cli::Reply& reply) {
   }
   char version[33] = {};
   memcpy(version, r + 52, 32);
-  // The keys and formats of the record's text view, one field a line.
-  reply.Stream(orba::cli::Format("ps_cali_data_b=%d\nps_cali_flag_b=%d\nps_cali_offset_b=%d\nps_cali_data_short_b=%d\n"
-         "als_cali_data_b=%d\nals_cali_flag_b=%d\nals_cali_ver_b=%s\ncct_cali_data_b=%f\n"
-         "ps_cali_data_low=%d\nps_cali_flag_low=%d\nps_cali_offset_low=%d\n"
-         "ps_cali_data_short_low=%d\n",
-         Int(r, 16), Int(r, 20), Int(r, 24), Int(r, 28), Int(r, 44), Int(r, 48), version,
-         Float(r, 84), Int(r, 100), Int(r, 104), Int(r, 108), Int(r, 112)));
-  reply.Stream(orba::cli::Format("als_cali_data_back=%d\nals_cali_flag_back=%d\ncct_data_lux1_back=%d\n"
-         "light_sensor_leak_cali_factor_k1_back=%.2f\nlight_sensor_leak_offset_value_back=%.2f\n"
-         "light_sensor_leak_cali_flag_back=%d\n",
-         Int(r, 128), Int(r, 132), Int(r, 136), Float(r, 140), Float(r, 144), Int(r, 148)));
+  using orba::cli::Value;
+  // The keys of the record's text view, with the places its formats give.
+  reply.Record({
+      {"ps_cali_data_b", Int(r, 16)},
+      {"ps_cali_flag_b", Int(r, 20)},
+      {"ps_cali_offset_b", Int(r, 24)},
+      {"ps_cali_data_short_b", Int(r, 28)},
+      {"als_cali_data_b", Int(r, 44)},
+      {"als_cali_flag_b", Int(r, 48)},
+      {"als_cali_ver_b", version},
+      {"cct_cali_data_b", Value::Real(Float(r, 84), 6)},
+      {"ps_cali_data_low", Int(r, 100)},
+      {"ps_cali_flag_low", Int(r, 104)},
+      {"ps_cali_offset_low", Int(r, 108)},
+      {"ps_cali_data_short_low", Int(r, 112)},
+      {"als_cali_data_back", Int(r, 128)},
+      {"als_cali_flag_back", Int(r, 132)},
+      {"cct_data_lux1_back", Int(r, 136)},
+      {"light_sensor_leak_cali_factor_k1_back", Value::Real(Float(r, 140), 2)},
+      {"light_sensor_leak_offset_value_back", Value::Real(Float(r, 144), 2)},
+      {"light_sensor_leak_cali_flag_back", Int(r, 148)},
+  });
   return orba::cli::kOk;
 }
 
@@ -51,7 +61,8 @@ int Dump(const Args& in, orba::cli::Reply& reply) {
   orba::cli::ImageOptions options;
   if (!orba::cli::TakeImageOptions(reply, &args, &options)) return orba::cli::kUsage;
   if (!args.empty()) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "backnv dump: unexpected '%s'", args[0].c_str());
+    return orba::cli::Error(reply, orba::cli::kUsage, "backnv dump: unexpected '%s'",
+                            args[0].c_str());
   }
   return orba::cli::WithBackupPartition(reply, options, DumpBody, args);
 }
@@ -61,9 +72,9 @@ const orba::cli::Family kBackNv{
     "the secondary sensors' record in the backup partition",
     {
         {"dump", "[--image FILE [--write-back]]",
-         "every field; --image works on a copy of a pulled partition image, --write-back stores "
-         "a copy repaired by the read into FILE",
-         0, 3, Dump},
+         "every field, one name=value line each; --image works on a copy of a pulled partition "
+         "image, --write-back stores a copy repaired by the read into FILE",
+         0, 3, Dump, "backnv dump"},
     }};
 orba::cli::Registrar registrar(kBackNv);
 

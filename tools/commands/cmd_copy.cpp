@@ -2,11 +2,11 @@
 // copies show their progress on a terminal.
 
 #include <dirent.h>
-#include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,21 +51,24 @@ unsigned long long Bytes(const std::vector<orba::cli::TransferItem>& items) {
   return total;
 }
 
-// Runs one copy step with its progress shown.
-int WithProgress(const std::vector<orba::cli::TransferItem>& items,
+// Runs one copy step, with its progress shown to someone watching.
+int WithProgress(orba::cli::Reply& reply, const std::vector<orba::cli::TransferItem>& items,
                  const std::function<int()>& copy) {
-  orba::cli::TransferProgress progress("copying", items);
+  std::optional<orba::cli::TransferProgress> progress;
+  if (reply.Interactive()) progress.emplace("copying", items);
   return copy();
 }
 
-int Report(orba::cli::Reply& reply, int rc, const char* what, const std::vector<orba::cli::PathCheck>& paths,
-           const std::string& from, const std::string& to,
-           const std::vector<orba::cli::TransferItem>& items) {
+int Report(orba::cli::Reply& reply, int rc, const char* what,
+           const std::vector<orba::cli::PathCheck>& paths, const std::string& from,
+           const std::string& to, const std::vector<orba::cli::TransferItem>& items) {
   if (rc != 0) {
     return orba::cli::FailPaths(reply, paths, "copy %s: %s -> %s failed", what, from.c_str(),
                                 to.c_str());
   }
-  reply.Stream(orba::cli::Format("%s -> %s (%s)\n", from.c_str(), to.c_str(), orba::cli::FormatBytes(Bytes(items)).c_str()));
+  reply.Answer({{"source", from},
+                {"path", to},
+                {"size", static_cast<unsigned long>(Bytes(items))}});
   return orba::cli::kOk;
 }
 
@@ -86,8 +89,9 @@ int File(const Args& args, orba::cli::Reply& reply) {
   const std::string& src = args[0];
   const std::string& dst = args[1];
   const std::vector<orba::cli::TransferItem> items = {{src, dst, FileSize(src)}};
-  int rc = WithProgress(items, [&] { return copy_file(src.c_str(), dst.c_str()); });
-  return Report(reply, rc, "file", {{src, PathUse::kRead}, {dst, PathUse::kWrite}}, src, dst, items);
+  int rc = WithProgress(reply, items, [&] { return copy_file(src.c_str(), dst.c_str()); });
+  return Report(reply, rc, "file", {{src, PathUse::kRead}, {dst, PathUse::kWrite}}, src, dst,
+                items);
 }
 
 int Place(const Args& args, orba::cli::Reply& reply) {
@@ -96,8 +100,10 @@ int Place(const Args& args, orba::cli::Reply& reply) {
   const std::string& src = args[0];
   const std::string& dst = args[1];
   const std::vector<orba::cli::TransferItem> items = {{src, dst, FileSize(src)}};
-  int rc = WithProgress(items, [&] { return copy_file_tranverse(src.c_str(), dst.c_str(), move); });
-  return Report(reply, rc, "place", {{src, PathUse::kRead}, {dst, PathUse::kCreate}}, src, dst, items);
+  int rc = WithProgress(reply, items,
+                        [&] { return copy_file_tranverse(src.c_str(), dst.c_str(), move); });
+  return Report(reply, rc, "place", {{src, PathUse::kRead}, {dst, PathUse::kCreate}}, src, dst,
+                items);
 }
 
 int Tree(const Args& args, orba::cli::Reply& reply) {
@@ -111,7 +117,7 @@ int Tree(const Args& args, orba::cli::Reply& reply) {
     return orba::cli::Error(reply, orba::cli::kFailed, "copy tree: %s holds no files to move",
                             src.c_str());
   }
-  int rc = WithProgress(items, [&] { return copy_file_loop(src.c_str(), dst.c_str()); });
+  int rc = WithProgress(reply, items, [&] { return copy_file_loop(src.c_str(), dst.c_str()); });
   // A file whose copy fails stays in the staged tree for another attempt, and the step still
   // succeeds: say what did not move.
   std::vector<orba::cli::TransferItem> left;
@@ -121,7 +127,8 @@ int Tree(const Args& args, orba::cli::Reply& reply) {
                                 "copy tree: %zu of %zu files not moved into %s (they stay in %s)",
                                 left.size(), items.size(), dst.c_str(), src.c_str());
   }
-  return Report(reply, rc, "tree", {{src, PathUse::kList}, {dst, PathUse::kDirectory}}, src, dst, items);
+  return Report(reply, rc, "tree", {{src, PathUse::kList}, {dst, PathUse::kDirectory}}, src, dst,
+                items);
 }
 
 int Unzip(const Args& args, orba::cli::Reply& reply) {
@@ -131,39 +138,52 @@ int Unzip(const Args& args, orba::cli::Reply& reply) {
                                 "copy unzip: %s:%s -> %s failed", args[0].c_str(),
                                 args[1].c_str(), args[2].c_str());
   }
-  reply.Stream(orba::cli::Format("%s:%s -> %s\n", args[0].c_str(), args[1].c_str(), args[2].c_str()));
+  reply.Answer({{"source", args[0]}, {"member", args[1]}, {"path", args[2]}});
   return orba::cli::kOk;
 }
 
 int Check(const Args& args, orba::cli::Reply& reply) {
   int status = orba::cli::kOk;
+  size_t bad = 0;
   for (const std::string& path : args) {
     if (ckeck_zip_signature(path.c_str()) == 0) {
-      reply.Stream(orba::cli::Format("%s: ok\n", path.c_str()));
+      reply.Answer({{"path", path}, {"ok", true}});
       continue;
     }
-    status = orba::cli::kFailed;
     if (orba::cli::CheckDevicePath(path, PathUse::kRead).err != 0) {
-      orba::cli::FailPaths(reply, {{path, PathUse::kRead}}, "copy check: cannot read %s", path.c_str());
-    } else {
-      reply.Stream(orba::cli::Format("%s: not a ZIP archive\n", path.c_str()));
+      status = orba::cli::FailPaths(reply, {{path, PathUse::kRead}}, "copy check: cannot read %s",
+                                    path.c_str());
+      continue;
     }
+    reply.Answer({{"path", path}, {"ok", false}});
+    ++bad;
+  }
+  if (bad != 0) {
+    return orba::cli::Error(reply, orba::cli::kFailed, "copy check: %zu of %zu files are not ZIP "
+                            "archives", bad, args.size());
   }
   return status;
 }
 
 const orba::cli::Family kCopy{
     "copy",
-    "place files with the factory copy family",
+    "place files with the factory copy family; each copy answers its source, path and size",
     {
-        {"file", "SRC DST", "plain copy, mode 0775", 2, 2, File},
+        {"file", "SRC DST", "plain copy, mode 0775", 2, 2, File,
+         "copy file /cache/recovery/station_result.txt /data/local/tmp/station_result.txt"},
         {"place", "SRC DST [--move]",
          "copy with the media owner (1023), mode 0775 and build-date stamps, making DST's "
          "directories; a .zip is checked and copied again if bad; --move removes SRC",
-         2, 3, Place},
-        {"tree", "SRC_DIR DST_DIR", "move a staged tree into DST_DIR as placed files", 2, 2, Tree},
-        {"unzip", "ZIP MEMBER OUT", "extract one member to a file", 3, 3, Unzip},
-        {"check", "FILE...", "ZIP signature check of .zip files (others pass)", 1, -1, Check},
+         2, 3, Place,
+         "copy place /data/local/tmp/station_result.txt /sdcard/station/station_result.txt"},
+        {"tree", "SRC_DIR DST_DIR", "move a staged tree into DST_DIR as placed files", 2, 2, Tree,
+         "copy tree /data/local/tmp/staged /sdcard/preload"},
+        {"unzip", "ZIP MEMBER OUT", "extract one member to a file", 3, 3, Unzip,
+         "copy unzip /data/local/tmp/update.zip payload.bin /data/local/tmp/payload.bin"},
+        {"check", "FILE...",
+         "ZIP signature check of .zip files (others pass): each path and ok; exit 1 when any is "
+         "not a ZIP archive",
+         1, -1, Check, "copy check /sdcard/preload/apps.zip"},
     }};
 orba::cli::Registrar registrar(kCopy);
 

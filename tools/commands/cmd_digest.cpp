@@ -1,8 +1,7 @@
-// orbafactory md5|sha256 FILE...: digests of device files, in md5sum/sha256sum's format.
+// orbafactory md5|sha256 FILE...: digests of device files, one answer per file.
 
 #include <errno.h>
 #include <fcntl.h>
-#include <stdio.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -16,9 +15,10 @@ namespace {
 
 using orba::cli::Args;
 
-void PrintHex(orba::cli::Reply& reply, const unsigned char* digest, size_t size, const std::string& path) {
-  for (size_t i = 0; i < size; ++i) reply.Stream(orba::cli::Format("%02x", digest[i]));
-  reply.Stream(orba::cli::Format("  %s\n", path.c_str()));
+std::string Hex(const unsigned char* digest, size_t size) {
+  std::string hex;
+  for (size_t i = 0; i < size; ++i) hex += orba::cli::Format("%02x", digest[i]);
+  return hex;
 }
 
 int Md5(const Args& files, orba::cli::Reply& reply) {
@@ -27,13 +27,13 @@ int Md5(const Args& files, orba::cli::Reply& reply) {
     Md5Context ctx;
     MD5_Init(&ctx);
     if (MD5_Update_File(&ctx, path.c_str()) != 0) {
-      status = orba::cli::FailPaths(reply, {{path, orba::cli::PathUse::kRead}}, "md5: cannot read %s",
-                                    path.c_str());
+      status = orba::cli::FailPaths(reply, {{path, orba::cli::PathUse::kRead}},
+                                    "md5: cannot read %s", path.c_str());
       continue;
     }
     unsigned char digest[16];
     MD5_Final(digest, &ctx);
-    PrintHex(reply, digest, sizeof(digest), path);
+    reply.Answer({{"path", path}, {"md5", Hex(digest, sizeof(digest))}});
   }
   return status;
 }
@@ -43,8 +43,8 @@ int Sha256(const Args& files, orba::cli::Reply& reply) {
   for (const std::string& path : files) {
     android::base::unique_fd fd(open(DevPath(path.c_str()), O_RDONLY | O_CLOEXEC));
     if (fd < 0) {
-      status = orba::cli::FailPaths(reply, {{path, orba::cli::PathUse::kRead}}, "sha256: cannot open %s",
-                                    path.c_str());
+      status = orba::cli::FailPaths(reply, {{path, orba::cli::PathUse::kRead}},
+                                    "sha256: cannot open %s", path.c_str());
       continue;
     }
     Sha256Context ctx;
@@ -53,19 +53,25 @@ int Sha256(const Args& files, orba::cli::Reply& reply) {
     ssize_t n;
     while ((n = read(fd, buf, sizeof(buf))) > 0) SHA256_update(&ctx, buf, static_cast<int>(n));
     if (n < 0) {
-      status = orba::cli::Error(reply, orba::cli::kFailed, "sha256: cannot read %s: %s", path.c_str(),
-                                strerror(errno));
+      status = orba::cli::Error(reply, orba::cli::kFailed, "sha256: cannot read %s: %s",
+                                path.c_str(), strerror(errno));
       continue;
     }
-    PrintHex(reply, SHA256_final(&ctx), 32, path);
+    reply.Answer({{"path", path}, {"sha256", Hex(SHA256_final(&ctx), 32)}});
   }
   return status;
 }
 
-const orba::cli::Family kMd5{"md5", "MD5 of device files (md5sum's format)",
-                             {{"", "FILE...", "print the MD5 of each file", 1, -1, Md5}}};
-const orba::cli::Family kSha256{"sha256", "SHA-256 of device files (sha256sum's format)",
-                                {{"", "FILE...", "print the SHA-256 of each file", 1, -1, Sha256}}};
+const orba::cli::Family kMd5{
+    "md5",
+    "MD5 of device files",
+    {{"", "FILE...", "the MD5 of each file: its path and the digest in hex", 1, -1, Md5,
+      "md5 /etc/em_features.xml"}}};
+const orba::cli::Family kSha256{
+    "sha256",
+    "SHA-256 of device files",
+    {{"", "FILE...", "the SHA-256 of each file: its path and the digest in hex", 1, -1, Sha256,
+      "sha256 /dev/block/sdd"}}};
 orba::cli::Registrar md5_registrar(kMd5);
 orba::cli::Registrar sha256_registrar(kSha256);
 

@@ -1,7 +1,8 @@
 // orbafactory em-flag get|set: whether the engineer mode is enabled, as the boot firmware sees it
 // in the factory record.
 
-#include <stdio.h>
+#include <string>
+#include <vector>
 
 #include <orbafactory/persist.h>
 
@@ -13,7 +14,7 @@ using orba::cli::Args;
 
 int Get(const Args&, orba::cli::Reply& reply) {
   // The library answers "on" when the record cannot be read; say so rather than hide it.
-  reply.Stream(orba::cli::Format("%s\n", is_orba_em_mode_from_backup() ? "on" : "off"));
+  reply.Answer({{"state", is_orba_em_mode_from_backup() ? "on" : "off"}});
   return orba::cli::kOk;
 }
 
@@ -30,16 +31,24 @@ int Set(const Args& args, orba::cli::Reply& reply) {
   if (backup_orba_em_mode_flag(enable) != 0) {
     return orba::cli::Fail(reply, "em-flag: cannot store the flag");
   }
-  reply.Stream(orba::cli::Format("%s\n", enable ? "on" : "off"));
+  reply.Answer({{"state", enable ? "on" : "off"}});
   return orba::cli::kOk;
+}
+
+// The states a user types, as get answers them.
+std::vector<std::string> States(size_t index) {
+  if (index != 0) return {};
+  return {"on", "off"};
 }
 
 const orba::cli::Family kEmFlag{
     "em-flag",
     "the engineer-mode flag in the factory record",
     {
-        {"get", "", "on or off (on also when the record cannot be read)", 0, 0, Get},
-        {"set", "on|off", "enable or disable (off also withdraws the authorisation)", 1, 1, Set},
+        {"get", "", "on or off (on also when the record cannot be read)", 0, 0, Get,
+         "em-flag get"},
+        {"set", "on|off", "enable (on or 1) or disable (off or 0; also withdraws the "
+         "authorisation), and answer the state stored", 1, 1, Set, "em-flag set on", States},
     }};
 orba::cli::Registrar registrar(kEmFlag);
 

@@ -1,7 +1,6 @@
 // orbafactory feature get NAME [KEY]: a feature line of /etc/em_features.xml, or one bracketed
 // parameter list of its value.
 
-#include <stdio.h>
 #include <string.h>
 
 #include <orbafactory/config.h>
@@ -23,7 +22,7 @@ int Get(const Args& args, orba::cli::Reply& reply) {
                                 "feature: cannot read /etc/em_features.xml");
   }
   if (args.size() == 1) {
-    reply.Stream(orba::cli::Format("%s\n", value));
+    reply.Answer({{"value", value}});
     return orba::cli::kOk;
   }
   char list[1024] = {};
@@ -31,7 +30,7 @@ int Get(const Args& args, orba::cli::Reply& reply) {
     return orba::cli::Error(reply, orba::cli::kFailed, "feature: no list %s in %s=%s",
                             args[1].c_str(), args[0].c_str(), value);
   }
-  reply.Stream(orba::cli::Format("%s\n", list));
+  reply.Answer({{"value", list}});
   return orba::cli::kOk;
 }
 
@@ -39,7 +38,7 @@ const orba::cli::Family kFeature{
     "feature",
     "device features of /etc/em_features.xml",
     {{"get", "NAME [KEY]", "the feature's value, or the bracketed list after KEY in it", 1, 2,
-      Get}}};
+      Get, "feature get camera_motor_type"}}};
 orba::cli::Registrar registrar(kFeature);
 
 }  // namespace

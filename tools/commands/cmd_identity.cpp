@@ -1,7 +1,5 @@
 // orbafactory identity: what the library's predicates make of this phone, in one view.
 
-#include <stdio.h>
-
 #include <cutils/properties.h>
 #include <orbafactory/config.h>
 #include <orbafactory/sysaccess.h>
@@ -11,8 +9,6 @@
 namespace {
 
 using orba::cli::Args;
-
-const char* YesNo(int value) { return value > 0 ? "yes" : "no"; }
 
 const char* PlatformName(int platform) {
   switch (platform) {
@@ -51,25 +47,33 @@ int Identity(const Args& /*args*/, orba::cli::Reply& reply) {
                             "(ro.build.version.release): not a device, or not set up");
   }
   int platform = judge_platform();
-  reply.Stream(orba::cli::Format("project:        %s%s\n", model[0] != '\0' ? model : "(unset)",
-         is_foreign_project() ? " (export variant)" : ""));
-  reply.Stream(orba::cli::Format("hardware:       %s\n", hardware[0] != '\0' ? hardware : "(unset)"));
-  reply.Stream(orba::cli::Format("platform:       %s (%d)\n", PlatformName(platform), platform));
-  reply.Stream(orba::cli::Format("edition:        %s\n", Edition()));
-  reply.Stream(orba::cli::Format("engineer mode:  %s\n", is_bsp_version() ? "absent (board-support build)" : "installed"));
-  reply.Stream(orba::cli::Format("android:        %s (sdk %d)\n", release[0] != '\0' ? release : "(unset)",
-         get_android_sdk_version()));
-  reply.Stream(orba::cli::Format("factory boot:   %s\n", YesNo(is_factory_boot())));
-  reply.Stream(orba::cli::Format("multi-sim:      %s\n", YesNo(is_multi_sim_enabled())));
-  reply.Stream(orba::cli::Format("fingerprint:    %s\n", YesNo(is_finger_support())));
+  reply.Answer({
+      {"project", model},
+      {"export_variant", is_foreign_project() != 0},
+      {"hardware", hardware},
+      {"platform", PlatformName(platform)},
+      {"platform_id", platform},
+      {"edition", Edition()},
+      {"engineer_mode", is_bsp_version() == 0},
+      {"android", release},
+      {"sdk", get_android_sdk_version()},
+      {"factory_boot", is_factory_boot() > 0},
+      {"multi_sim", is_multi_sim_enabled() > 0},
+      {"fingerprint", is_finger_support() > 0},
+  });
   return orba::cli::kOk;
 }
 
 const orba::cli::Family kIdentity{
     "identity",
     "project, platform, edition and Android version of the device",
-    {{"", "", "print the device's identity as the test steps see it; exit 1 when the device states no "
-      "Android version", 0, 0, Identity}}};
+    {{"", "",
+      "the device's identity as the test steps see it, in one answer: project, export_variant, "
+      "hardware, platform (Qualcomm, MediaTek, Samsung or unknown), platform_id, edition "
+      "(factory, aftersale, user or normal), engineer_mode (false on a board-support build), "
+      "android, sdk, factory_boot, multi_sim, fingerprint; exit 1 when the device states no "
+      "Android version",
+      0, 0, Identity, "identity"}}};
 orba::cli::Registrar registrar(kIdentity);
 
 }  // namespace

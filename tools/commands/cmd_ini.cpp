@@ -51,8 +51,12 @@ int Get(const Args& args, orba::cli::Reply& reply) {
                                 key.c_str());
       continue;
     }
-    if (args.size() > 2) reply.Stream(orba::cli::Format("%s = ", key.c_str()));
-    reply.Stream(orba::cli::Format("%s\n", value));
+    // One key asked: its bare value; several: each with its key.
+    if (args.size() > 2) {
+      reply.Answer({{"key", key}, {"value", value}});
+    } else {
+      reply.Answer({{"value", value}});
+    }
   }
   return status;
 }
@@ -79,7 +83,7 @@ int Sections(const Args& args, orba::cli::Reply& reply) {
   for (int i = 0; i < count; ++i) {
     const char* name = iniparser_getsecname(ini.get(), i);
     if (name == nullptr) continue;
-    reply.Stream(orba::cli::Format("%s\t%d\n", name, iniparser_getsecnkeys(ini.get(), name)));
+    reply.Answer({{"section", name}, {"keys", iniparser_getsecnkeys(ini.get(), name)}});
   }
   return orba::cli::kOk;
 }
@@ -88,11 +92,13 @@ const orba::cli::Family kIni{
     "ini",
     "INI files read by the library's parser",
     {
-        {"get", "FILE KEY...", "values of section:key entries (several: key = value lines)", 2,
-         -1, Get},
-        {"dump", "FILE", "the whole file as the parser sees it, in INI form", 1, 1, Dump},
-        {"sections", "FILE", "section names with their number of keys, tab-separated", 1, 1,
-         Sections},
+        {"get", "FILE KEY...",
+         "values of section:key entries (one key: its value; several: each key with its value)",
+         2, -1, Get, "ini get /vendor/etc/ntc.ini type_i:board_ntc"},
+        {"dump", "FILE", "the whole file as the parser sees it, in INI form", 1, 1, Dump,
+         "ini dump /vendor/etc/ntc.ini"},
+        {"sections", "FILE", "each section's name with its number of keys", 1, 1, Sections,
+         "ini sections /vendor/etc/ntc.ini"},
     }};
 orba::cli::Registrar registrar(kIni);
 

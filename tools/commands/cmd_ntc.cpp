@@ -1,6 +1,10 @@
 // orbafactory ntc: every board thermistor the vendor image declares, in the station's format.
 
-#include <stdio.h>
+#include <stdlib.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include <orbafactory/devices.h>
 
@@ -9,6 +13,26 @@
 namespace {
 
 using orba::cli::Args;
+
+struct Reading {
+  std::string name;
+  double celsius;
+};
+
+// The library answers in the station's form, "name:36.5," for each thermistor.
+std::vector<Reading> Readings(std::string_view text) {
+  std::vector<Reading> readings;
+  while (!text.empty()) {
+    size_t comma = text.find(',');
+    std::string_view item = text.substr(0, comma);
+    text.remove_prefix(comma == std::string_view::npos ? text.size() : comma + 1);
+    size_t colon = item.rfind(':');
+    if (colon == std::string_view::npos) continue;
+    readings.push_back({std::string(item.substr(0, colon)),
+                        strtod(std::string(item.substr(colon + 1)).c_str(), nullptr)});
+  }
+  return readings;
+}
 
 int Show(const Args& args, orba::cli::Reply& reply) {
   long first = 1;
@@ -27,19 +51,30 @@ int Show(const Args& args, orba::cli::Reply& reply) {
       return orba::cli::Error(reply, orba::cli::kFailed, "ntc: the device declares no thermistors");
     }
     if (ret < 0) {
-      return orba::cli::Fail(reply, "ntc: type %ld: bad entry or unreadable thermistor (partial: '%s')",
-                             type, out);
+      return orba::cli::Fail(
+          reply, "ntc: type %ld: bad entry or unreadable thermistor (partial: '%s')", type, out);
     }
-    reply.Stream(orba::cli::Format("type %ld: %s\n", type, out));
+    for (const Reading& r : Readings(out)) {
+      reply.Answer(
+          {{"type", type}, {"name", r.name}, {"celsius", orba::cli::Value::Real(r.celsius, 1)}});
+    }
   }
   return orba::cli::kOk;
+}
+
+std::vector<std::string> Types(size_t index) {
+  if (index != 0) return {};
+  return {"1", "2"};
 }
 
 const orba::cli::Family kNtc{
     "ntc",
     "board thermistor temperatures",
     {
-        {"", "[TYPE]", "read the type 1 and 2 thermistors (or only TYPE)", 0, 1, Show},
+        {"", "[TYPE]",
+         "read the type 1 and 2 thermistors (or only TYPE, 1 or 2): one answer per thermistor "
+         "with its type, name and temperature in degrees Celsius",
+         0, 1, Show, "ntc 1", Types},
     }};
 orba::cli::Registrar registrar(kNtc);
 

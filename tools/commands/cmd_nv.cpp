@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <orbafactory/persist.h>
 #include <persist/xole_nv_fields.h>
@@ -116,13 +117,14 @@ int WithBackupPartition(Reply& reply, const ImageOptions& options,
                         int (*body)(const Args&, Reply&), const Args& args) {
   if (options.image.empty()) return body(args, reply);
 #if defined(__ANDROID__)
-  return Error(reply, kUsage, "--image works on a workstation only; on the phone use the partition");
+  return Error(reply, kUsage,
+               "--image works on a workstation only; on the phone use the partition");
 #else
   std::error_code ec;
   if (!fs::is_regular_file(options.image, ec)) {
     // The image is the engineer's own file on this host, not a device path.
-    return Error(reply, kUsage, "--image %s: not a readable file on this host: %s", options.image.c_str(),
-                 ec ? ec.message().c_str() : "not a regular file");
+    return Error(reply, kUsage, "--image %s: not a readable file on this host: %s",
+                 options.image.c_str(), ec ? ec.message().c_str() : "not a regular file");
   }
   TemporaryRoot root;
   if (root.path().empty()) return Error(reply, kFailed, "cannot make a temporary device root");
@@ -147,14 +149,17 @@ int WithBackupPartition(Reply& reply, const ImageOptions& options,
     rc = body(args, reply);
   }
   if (rc != kOk || !options.write_back) {
-    if (options.write_back) fprintf(stderr, "orbafactory: %s left unchanged\n", options.image.c_str());
+    if (options.write_back) {
+      reply.Note(Format("orbafactory: %s left unchanged", options.image.c_str()));
+    }
     return rc;
   }
   fs::copy_file(partition, options.image, fs::copy_options::overwrite_existing, ec);
   if (ec) {
-    return Error(reply, kFailed, "cannot write %s back: %s", options.image.c_str(), ec.message().c_str());
+    return Error(reply, kFailed, "cannot write %s back: %s", options.image.c_str(),
+                 ec.message().c_str());
   }
-  fprintf(stderr, "orbafactory: %s written back\n", options.image.c_str());
+  reply.Note(Format("orbafactory: %s written back", options.image.c_str()));
   return kOk;
 #endif
 }
@@ -202,46 +207,45 @@ int32_t GetInt(const uint8_t* record, size_t offset) {
   return v;
 }
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-std::string Format(const uint8_t* record, const Field& f) {
-  char out[256];
+int Decimals(const Field& f) {
+  const char* dot = strstr(f.format, "%.");
+  return dot != nullptr ? atoi(dot + 2) : 6;  // "%f" shows six places
+}
+
+// The record view's conversion of a field, without its name. Some conversions start with a
+// space ("= 0x%x"): that is the view's layout, never part of the value.
+const char* Conversion(const Field& f) {
+  const char* conversion = strchr(f.format, '=') + 1;
+  while (*conversion == ' ') ++conversion;
+  return conversion;
+}
+
+// A field's value, typed; a word the view writes in hex ("0x1f", "1f") stays text, as shown.
+orba::cli::Value FieldValue(const uint8_t* record, const Field& f) {
   switch (f.type) {
     case kInt32:
-      snprintf(out, sizeof(out), f.format, GetInt(record, f.offset));
-      break;
+      return orba::cli::Value(GetInt(record, f.offset));
     case kUint32:
-      snprintf(out, sizeof(out), f.format, static_cast<unsigned>(GetInt(record, f.offset)));
-      break;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+      return orba::cli::Value(
+          orba::cli::Format(Conversion(f), static_cast<unsigned>(GetInt(record, f.offset))));
+#pragma GCC diagnostic pop
     case kFloat32: {
       float v;
       memcpy(&v, record + f.offset, sizeof(v));
-      snprintf(out, sizeof(out), f.format, static_cast<double>(v));
-      break;
+      return orba::cli::Value::Real(static_cast<double>(v), Decimals(f));
     }
     case kChar:
-      snprintf(out, sizeof(out), f.format, record[f.offset]);
-      break;
+      return orba::cli::Value(std::string(1, static_cast<char>(record[f.offset])));
     case kText:
-    case kTextFfUnset: {
-      char text[160] = {};
-      if (!(f.type == kTextFfUnset && record[f.offset] == 0xFF)) {
-        size_t n = 0;
-        while (n < f.width && record[f.offset + n] != '\0') ++n;
-        memcpy(text, record + f.offset, n);
-      }
-      snprintf(out, sizeof(out), f.format, text);
+    case kTextFfUnset:
       break;
-    }
   }
-  return out;
-}
-#pragma GCC diagnostic pop
-
-// The printed line under the name the user types (the format keeps the record's own spacing).
-std::string Line(const uint8_t* record, const Field& f) {
-  std::string text = Format(record, f);
-  return UserName(f) + text.substr(FieldName(f).size());
+  if (f.type == kTextFfUnset && record[f.offset] == 0xFF) return orba::cli::Value("");
+  size_t n = 0;
+  while (n < f.width && record[f.offset + n] != '\0') ++n;
+  return orba::cli::Value(std::string(reinterpret_cast<const char*>(record + f.offset), n));
 }
 
 bool Parse(orba::cli::Reply& reply, const Field& f, const std::string& value, uint8_t* record) {
@@ -263,8 +267,8 @@ bool Parse(orba::cli::Reply& reply, const Field& f, const std::string& value, ui
       errno = 0;
       unsigned long v = strtoul(value.c_str(), &end, 16);
       if (value.empty() || *end != '\0' || errno != 0 || v > UINT32_MAX || value[0] == '-') {
-        orba::cli::Error(reply, orba::cli::kUsage, "%s: '%s' is not a hex number", UserName(f).c_str(),
-                         value.c_str());
+        orba::cli::Error(reply, orba::cli::kUsage, "%s: '%s' is not a hex number",
+                         UserName(f).c_str(), value.c_str());
         return false;
       }
       uint32_t x = static_cast<uint32_t>(v);
@@ -284,7 +288,8 @@ bool Parse(orba::cli::Reply& reply, const Field& f, const std::string& value, ui
     }
     case kChar:
       if (value.size() != 1) {
-        orba::cli::Error(reply, orba::cli::kUsage, "%s: one character expected", UserName(f).c_str());
+        orba::cli::Error(reply, orba::cli::kUsage, "%s: one character expected",
+                         UserName(f).c_str());
         return false;
       }
       record[f.offset] = static_cast<uint8_t>(value[0]);
@@ -315,15 +320,17 @@ int ReadRecord(orba::cli::Reply& reply, uint8_t* record) {
 int DumpBody(const Args&, orba::cli::Reply& reply) {
   uint8_t record[XOLE_NV_ITEM_SIZE] = {};
   if (int rc = ReadRecord(reply, record); rc != orba::cli::kOk) return rc;
-  for (const Field& f : kFields) reply.Stream(orba::cli::Format("%s\n", Line(record, f).c_str()));
+  orba::cli::Fields fields;
+  for (const Field& f : kFields) fields.push_back({UserName(f), FieldValue(record, f)});
+  reply.Record(fields);
   return orba::cli::kOk;
 }
 
 int UnknownField(orba::cli::Reply& reply, const std::string& name) {
   std::string names;
   for (const Field& f : kFields) names += "\n  " + UserName(f);
-  return orba::cli::Error(reply, orba::cli::kUsage, "nv: no field '%s'; the fields are:%s", name.c_str(),
-                          names.c_str());
+  return orba::cli::Error(reply, orba::cli::kUsage, "nv: no field '%s'; the fields are:%s",
+                          name.c_str(), names.c_str());
 }
 
 int GetBody(const Args& args, orba::cli::Reply& reply) {
@@ -331,7 +338,7 @@ int GetBody(const Args& args, orba::cli::Reply& reply) {
   if (f == nullptr) return UnknownField(reply, args[0]);
   uint8_t record[XOLE_NV_ITEM_SIZE] = {};
   if (int rc = ReadRecord(reply, record); rc != orba::cli::kOk) return rc;
-  reply.Stream(orba::cli::Format("%s\n", Line(record, *f).c_str()));
+  reply.Answer({{"value", FieldValue(record, *f)}});
   return orba::cli::kOk;
 }
 
@@ -344,7 +351,7 @@ int SetBody(const Args& args, orba::cli::Reply& reply) {
   if (put_XOLE_NV_item(record) != 0) {
     return orba::cli::Fail(reply, "cannot store the factory record");
   }
-  reply.Stream(orba::cli::Format("%s\n", Line(record, *f).c_str()));
+  reply.Answer({{"field", UserName(*f)}, {"value", FieldValue(record, *f)}});
   return orba::cli::kOk;
 }
 
@@ -353,11 +360,20 @@ int Run(orba::cli::Reply& reply, Args args, int (*body)(const Args&, orba::cli::
   orba::cli::ImageOptions options;
   if (!orba::cli::TakeImageOptions(reply, &args, &options)) return orba::cli::kUsage;
   if (args.size() < min || args.size() > max) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "wrong number of arguments (see orbafactory nv --help)");
+    return orba::cli::Error(reply, orba::cli::kUsage,
+                            "wrong number of arguments (see orbafactory nv --help)");
   }
   // Checked before the image is copied anywhere, so a typo costs nothing.
   if (!args.empty() && FindField(args[0]) == nullptr) return UnknownField(reply, args[0]);
   return orba::cli::WithBackupPartition(reply, options, body, args);
+}
+
+// Every command's first argument is a field, named as the dump names it.
+std::vector<std::string> FieldNames(size_t index) {
+  std::vector<std::string> names;
+  if (index != 0) return names;
+  for (const Field& f : kFields) names.push_back(UserName(f));
+  return names;
 }
 
 int Dump(const Args& args, orba::cli::Reply& reply) { return Run(reply, args, DumpBody, 0, 0); }
@@ -369,13 +385,17 @@ const orba::cli::Family kNv{
     "the factory record in the backup partition, field by field",
     {
         {"dump", "[--image FILE [--write-back]]",
-         "every field; --image works on a copy of a pulled partition image (a read repairs "
-         "damaged copies in the copy only), --write-back stores the repaired copy into FILE",
-         0, 3, Dump},
-        {"get", "FIELD [--image FILE [--write-back]]", "one field, named as in the dump", 1, 4,
-         Get},
+         "every field, one name=value line each; --image works on a copy of a pulled partition "
+         "image (a read repairs damaged copies in the copy only), --write-back stores the "
+         "repaired copy into FILE",
+         0, 3, Dump, "nv dump"},
+        {"get", "FIELD [--image FILE [--write-back]]",
+         "one field's value, the field named as in the dump", 1, 4, Get, "nv get als_cali_flag",
+         FieldNames},
         {"set", "FIELD VALUE [--image FILE [--write-back]]",
-         "change one field and store both copies (into FILE only with --write-back)", 2, 5, Set},
+         "change one field and store both copies (into FILE only with --write-back); answers "
+         "the field and its stored value",
+         2, 5, Set, "nv set als_cali_flag 1", FieldNames},
     }};
 orba::cli::Registrar registrar(kNv);
 

@@ -1,7 +1,5 @@
 // orbafactory otp read|write: byte ranges of the hashed factory item on the OTP device.
 
-#include <stdio.h>
-
 #include <string>
 #include <vector>
 
@@ -20,8 +18,9 @@ bool ParseRange(orba::cli::Reply& reply, const Args& args, long* offset, long* s
     return false;
   }
   if (*offset < 0 || *size <= 0 || *offset + *size > OTP_NV_ITEM_SIZE) {
-    orba::cli::Error(reply, orba::cli::kUsage, "otp: offset %ld + size %ld is outside the %d-byte item",
-                     *offset, *size, OTP_NV_ITEM_SIZE);
+    orba::cli::Error(reply, orba::cli::kUsage,
+                     "otp: offset %ld + size %ld is outside the %d-byte item", *offset, *size,
+                     OTP_NV_ITEM_SIZE);
     return false;
   }
   return true;
@@ -39,7 +38,7 @@ int Read(const Args& args, orba::cli::Reply& reply) {
   }
   std::vector<char> hex(bytes.size() * 2 + 1);
   byte_to_hex(bytes.data(), hex.data(), static_cast<int>(bytes.size()));
-  reply.Stream(orba::cli::Format("%s\n", hex.data()));
+  reply.Answer({{"hex", hex.data()}});
   return orba::cli::kOk;
 }
 
@@ -50,8 +49,8 @@ int Write(const Args& args, orba::cli::Reply& reply) {
   std::vector<unsigned char> bytes(hex.size() / 2 + 1);
   int n = str_to_hex(bytes.data(), hex.c_str(), static_cast<int>(bytes.size()));
   if (n <= 0) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "otp write: '%s' is not an even run of hex digits",
-                            hex.c_str());
+    return orba::cli::Error(reply, orba::cli::kUsage,
+                            "otp write: '%s' is not an even run of hex digits", hex.c_str());
   }
   long size = n;
   Args range{args[0], std::to_string(size)};
@@ -60,7 +59,7 @@ int Write(const Args& args, orba::cli::Reply& reply) {
   if (write_value_to_otp(static_cast<int>(offset), bytes.data(), n, n) != 0) {
     return orba::cli::Fail(reply, "otp: write failed");
   }
-  reply.Stream(orba::cli::Format("wrote %d bytes at %ld\n", n, offset));
+  reply.Answer({{"offset", offset}, {"size", n}});
   return orba::cli::kOk;
 }
 
@@ -68,10 +67,13 @@ const orba::cli::Family kOtp{
     "otp",
     "the hashed factory item on the OTP device (data area at 72..135)",
     {
-        {"read", "OFFSET SIZE", "print SIZE bytes at OFFSET as hex (a corrupt item reads as zeros)",
-         2, 2, Read},
-        {"write", "OFFSET HEX", "write the bytes of HEX at OFFSET and re-hash the item", 2, 2,
-         Write},
+        {"read", "OFFSET SIZE",
+         "SIZE bytes at OFFSET as one run of hex digits (a corrupt item reads as zeros)", 2, 2,
+         Read, "otp read 72 4"},
+        {"write", "OFFSET HEX",
+         "write the bytes of HEX at OFFSET, re-hash the item, and answer the offset and size "
+         "written",
+         2, 2, Write, "otp write 72 0a0b0c0d"},
     }};
 orba::cli::Registrar registrar(kOtp);
 

@@ -1,7 +1,5 @@
 // orbafactory pcb get|set: the PCB code kept in the factory record.
 
-#include <stdio.h>
-
 #include <orbafactory/persist.h>
 
 #include "command.h"
@@ -13,11 +11,12 @@ using orba::cli::Args;
 int Get(const Args& args, orba::cli::Reply& reply) {
   char code[64] = {};
   bool at_form = !args.empty() && args[0] == "--at";
-  if (!args.empty() && !at_form) return orba::cli::Error(reply, orba::cli::kUsage, "pcb get [--at]");
+  if (!args.empty() && !at_form)
+    return orba::cli::Error(reply, orba::cli::kUsage, "pcb get [--at]");
   if ((at_form ? get_pcb_from_backup(code) : get_pcb(code)) != 0) {
     return orba::cli::Fail(reply, "pcb: no PCB code stored");
   }
-  reply.Stream(orba::cli::Format("%s\n", code));
+  reply.Answer({{"pcb", code}});
   return orba::cli::kOk;
 }
 
@@ -28,7 +27,7 @@ int Set(const Args& args, orba::cli::Reply& reply) {
                            args[0].c_str());
   }
   char code[64] = {};
-  if (get_pcb(code) == 0) reply.Stream(orba::cli::Format("%s\n", code));
+  if (get_pcb(code) == 0) reply.Answer({{"pcb", code}});
   return orba::cli::kOk;
 }
 
@@ -36,9 +35,12 @@ const orba::cli::Family kPcb{
     "pcb",
     "the PCB code in the factory record",
     {
-        {"get", "[--at]", "print the code (--at: as the AT reply +EGMR:\"CODE\")", 0, 1, Get},
-        {"set", "CODE", "store a code; a quoted code inside an AT argument is taken out of it", 1,
-         1, Set},
+        {"get", "[--at]", "the stored code (--at: as the AT reply +EGMR:\"CODE\")", 0, 1, Get,
+         "pcb get"},
+        {"set", "CODE",
+         "store a code of 2 to 20 characters and answer it as read back; a quoted code inside "
+         "an AT argument is taken out of it",
+         1, 1, Set, "pcb set PCB0001"},
     }};
 orba::cli::Registrar registrar(kPcb);
 

@@ -21,9 +21,11 @@ constexpr int kFileFlags = O_WRONLY | O_CREAT | O_TRUNC;
 
 int Read(const Args& args, orba::cli::Reply& reply) {
   long size = kPolicySize;
-  if (args.size() > 1 && !orba::cli::ParseInt(reply, args[1], "SIZE", &size)) return orba::cli::kUsage;
+  if (args.size() > 1 && !orba::cli::ParseInt(reply, args[1], "SIZE", &size))
+    return orba::cli::kUsage;
   if (size < 1 || size > kPolicySize) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "policy read: SIZE must be 1 to %d", kPolicySize);
+    return orba::cli::Error(reply, orba::cli::kUsage, "policy read: SIZE must be 1 to %d",
+                            kPolicySize);
   }
   char buf[kPolicySize] = {};
   if (read_policy_file(0, args[0].c_str(), buf, static_cast<int>(size)) != 0) {
@@ -38,10 +40,12 @@ int Write(const Args& args, orba::cli::Reply& reply) {
   // --node writes a kernel attribute node as it is: no creation, no truncation.
   bool node = args[0] == "--node";
   if (node && args.size() != 3) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "usage: orbafactory policy write [--node] FILE TEXT");
+    return orba::cli::Error(reply, orba::cli::kUsage,
+                            "usage: orbafactory policy write [--node] FILE TEXT");
   }
   if (!node && args.size() != 2) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "usage: orbafactory policy write [--node] FILE TEXT");
+    return orba::cli::Error(reply, orba::cli::kUsage,
+                            "usage: orbafactory policy write [--node] FILE TEXT");
   }
   const std::string& path = args[node ? 1 : 0];
   const std::string& text = args[node ? 2 : 1];
@@ -51,7 +55,8 @@ int Write(const Args& args, orba::cli::Reply& reply) {
   }
   int ret = write_policy_file(0, path.c_str(), node ? O_WRONLY : kFileFlags, text.c_str());
   if (ret != 0) {
-    return orba::cli::FailErrno(reply, ret < -1 ? -ret : EINVAL, {path, orba::cli::PathUse::kWrite, false},
+    return orba::cli::FailErrno(reply, ret < -1 ? -ret : EINVAL,
+                                {path, orba::cli::PathUse::kWrite, false},
                                 "policy: cannot write %s", path.c_str());
   }
   return orba::cli::kOk;
@@ -71,8 +76,8 @@ int Append(const Args& args, orba::cli::Reply& reply) {
 int Replace(const Args& args, orba::cli::Reply& reply) {
   const std::string& text = args[3];
   if (text.size() > static_cast<size_t>(kPolicySize)) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "policy replace: TEXT is longer than %d bytes",
-                            kPolicySize);
+    return orba::cli::Error(reply, orba::cli::kUsage,
+                            "policy replace: TEXT is longer than %d bytes", kPolicySize);
   }
   if (replace_policy_file(0, args[0].c_str(), kFileFlags, text.c_str(),
                           static_cast<unsigned>(text.size()), args[1].c_str(),
@@ -99,14 +104,16 @@ const orba::cli::Family kPolicy{
     "small policy and attribute files, read and written whole",
     {
         {"read", "FILE [SIZE]", "the file's text (at most SIZE - 1 bytes, default 1024)", 1, 2,
-         Read},
+         Read, "policy read /data/vendor/engineermode/camera_policy"},
         {"write", "[--node] FILE TEXT", "write TEXT (--node: an existing node, no truncation)", 2,
-         3, Write},
-        {"append", "FILE TEXT", "append TEXT to the last line (no separator added)", 2, 2,
-         Append},
+         3, Write, "policy write /data/vendor/engineermode/camera_policy '[front:1,2]'"},
+        {"append", "FILE TEXT", "append TEXT to the last line (no separator added)", 2, 2, Append,
+         "policy append /data/vendor/engineermode/camera_policy '[rear:3,4]'"},
         {"replace", "FILE START END TEXT",
-         "remove the section START...END and append TEXT (a new section) at the end", 4, 4,
-         Replace},
+         "remove the section that runs from START to END and append TEXT (a new section) at the "
+         "end",
+         4, 4, Replace,
+         "policy replace /data/vendor/engineermode/camera_policy '[front:' ']' '[front:5,6]'"},
     }};
 orba::cli::Registrar registrar(kPolicy);
 

@@ -1,7 +1,6 @@
 // orbafactory sn get|set: the device serial number kept in the factory record.
 
 #include <ctype.h>
-#include <stdio.h>
 
 #include <string>
 
@@ -18,7 +17,7 @@ int Get(const Args&, orba::cli::Reply& reply) {
   if (get_sn_from_backup(sn) != 0) {
     return orba::cli::Fail(reply, "sn: no 15-character serial number stored");
   }
-  reply.Stream(orba::cli::Format("%s\n", sn));
+  reply.Answer({{"serial", sn}});
   return orba::cli::kOk;
 }
 
@@ -49,17 +48,20 @@ int Set(const Args& args, orba::cli::Reply& reply) {
   if (get_sn_from_backup(back) != 0 || args[0] != back) {
     return orba::cli::Error(reply, orba::cli::kFailed, "sn set: the record reads back '%s'", back);
   }
-  reply.Stream(orba::cli::Format("%s\n", args[0].c_str()));
+  reply.Answer({{"serial", args[0]}});
   return orba::cli::kOk;
 }
 
-const orba::cli::Family kSn{"sn",
-                            "the serial number in the factory record",
-                            {
-                                {"get", "", "print the stored serial number", 0, 0, Get},
-                                {"set", "SERIAL", "store a serial number (exactly 15 letters and digits; "
-                                 "anything else exits 2 and stores nothing)", 1, 1, Set},
-                            }};
+const orba::cli::Family kSn{
+    "sn",
+    "the serial number in the factory record",
+    {
+        {"get", "", "the stored serial number", 0, 0, Get, "sn get"},
+        {"set", "SERIAL",
+         "store a serial number and answer it as read back (exactly 15 letters and digits; "
+         "anything else exits 2 and stores nothing)",
+         1, 1, Set, "sn set ORBA00000000001"},
+    }};
 orba::cli::Registrar registrar(kSn);
 
 }  // namespace

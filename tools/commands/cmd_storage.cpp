@@ -1,6 +1,5 @@
 // orbafactory storage: the flash chip's identity and the device's security state.
 
-#include <stdio.h>
 #include <unistd.h>
 
 #include <orbafactory/devices.h>
@@ -14,38 +13,38 @@ using orba::cli::Args;
 
 int Maker(const Args&, orba::cli::Reply& reply) {
   char name[64] = {};
-  int ret = get_emmc_manufacture(name);
-  reply.Stream(orba::cli::Format("%s\n", name));
-  return ret == 0 ? orba::cli::kOk : orba::cli::kFailed;
+  // On failure the library leaves its report where the name goes.
+  if (get_emmc_manufacture(name) != 0) return reply.Failure(orba::cli::kFailed, name, {});
+  reply.Answer({{"maker", name}});
+  return orba::cli::kOk;
 }
 
 int Bom(const Args&, orba::cli::Reply& reply) {
   char bom[128] = {};
-  int ret = get_emmc_bom(bom);
-  reply.Stream(orba::cli::Format("%s\n", bom));
-  return ret == 0 ? orba::cli::kOk : orba::cli::kFailed;
+  if (get_emmc_bom(bom) != 0) return reply.Failure(orba::cli::kFailed, bom, {});
+  reply.Answer({{"bom", bom}});
+  return orba::cli::kOk;
 }
 
 int Id(const Args&, orba::cli::Reply& reply) {
   // The UFS id node is found relative to the working directory; the AT daemon runs in "/".
   if (chdir(DevPath("/")) != 0) {
-    return orba::cli::Error(reply, orba::cli::kNoDevice, "storage id: cannot enter the device root");
+    return orba::cli::Error(reply, orba::cli::kNoDevice,
+                            "storage id: cannot enter the device root");
   }
   char id[128] = {};
   if (get_emmcid(id) != 1) return orba::cli::Fail(reply, "storage id: no chip id");
-  reply.Stream(orba::cli::Format("%s\n", id));
+  reply.Answer({{"id", id}});
   return orba::cli::kOk;
 }
 
 int SecureBoot(const Args&, orba::cli::Reply& reply) {
-  int on = secure_boot_is_open();
-  reply.Stream(orba::cli::Format("%s\n", on ? "enabled" : "not enabled"));
+  reply.Answer({{"secure_boot", secure_boot_is_open() != 0}});
   return orba::cli::kOk;
 }
 
 int Rpmb(const Args&, orba::cli::Reply& reply) {
-  int provisioned = is_rpmb_provisioned();
-  reply.Stream(orba::cli::Format("%s\n", provisioned ? "provisioned" : "not provisioned"));
+  reply.Answer({{"provisioned", is_rpmb_provisioned() != 0}});
   return orba::cli::kOk;
 }
 
@@ -53,11 +52,16 @@ const orba::cli::Family kStorage{
     "storage",
     "flash chip identity, secure boot and RPMB state",
     {
-        {"maker", "", "the flash chip's maker (eMMC CID or UFS vendor)", 0, 0, Maker},
-        {"bom", "", "the chip's BOM code (or its key when the BOM table lacks it)", 0, 0, Bom},
-        {"id", "", "the chip id (UFS id, else eMMC CID)", 0, 0, Id},
-        {"secure-boot", "", "whether secure boot is enabled", 0, 0, SecureBoot},
-        {"rpmb", "", "whether the RPMB key is provisioned (retries while not ready)", 0, 0, Rpmb},
+        {"maker", "", "the flash chip's maker (eMMC CID or UFS vendor): Toshiba, Samsung, Hynix, "
+         "Micron or Kioxia; exit 1 with the library's report otherwise", 0, 0, Maker,
+         "storage maker"},
+        {"bom", "", "the chip's BOM code (or its key when the BOM table lacks it)", 0, 0, Bom,
+         "storage bom"},
+        {"id", "", "the chip id (UFS id, else eMMC CID)", 0, 0, Id, "storage id"},
+        {"secure-boot", "", "true when secure boot is enabled, else false", 0, 0, SecureBoot,
+         "storage secure-boot"},
+        {"rpmb", "", "true when the RPMB key is provisioned, else false (retries while not "
+         "ready)", 0, 0, Rpmb, "storage rpmb"},
     }};
 orba::cli::Registrar registrar(kStorage);
 

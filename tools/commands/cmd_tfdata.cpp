@@ -5,9 +5,9 @@
 #include <string.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <orbafactory/factorydata.h>
@@ -31,8 +31,8 @@ int CountOf(const tf_data_list* l) {
 }
 
 // Splits "--flag" options from positional arguments; false on an unknown option.
-bool SplitArgs(orba::cli::Reply& reply, const Args& args, const std::vector<std::string>& known, Args* positional,
-               std::vector<std::string>* flags) {
+bool SplitArgs(orba::cli::Reply& reply, const Args& args, const std::vector<std::string>& known,
+               Args* positional, std::vector<std::string>* flags) {
   for (const std::string& a : args) {
     if (a.rfind("--", 0) != 0) {
       positional->push_back(a);
@@ -67,8 +67,14 @@ List DeviceList(orba::cli::Reply& reply) {
 
 int Type(const Args&, orba::cli::Reply& reply) {
   int type = get_tfdata_type();
-  const char* names[] = {"none", "cfg /sdcard/.clear_sdcard.cfg", "ini /sdcard/.clear_sdcard.ini"};
-  reply.Stream(orba::cli::Format("%d %s\n", type, type >= 0 && type <= 2 ? names[type] : "?"));
+  struct Manifest {
+    const char* format;
+    const char* path;
+  };
+  constexpr Manifest kManifests[] = {
+      {"none", ""}, {"cfg", "/sdcard/.clear_sdcard.cfg"}, {"ini", "/sdcard/.clear_sdcard.ini"}};
+  const Manifest& m = type >= 0 && type <= 2 ? kManifests[type] : kManifests[0];
+  reply.Answer({{"type", type}, {"format", m.format}, {"path", m.path}});
   return orba::cli::kOk;
 }
 
@@ -76,9 +82,11 @@ int ListCmd(const Args& args, orba::cli::Reply& reply) {
   Args pos;
   std::vector<std::string> flags;
   if (!SplitArgs(reply, args, {"--all", "--packages"}, &pos, &flags)) return orba::cli::kUsage;
-  if (pos.size() > 1) return orba::cli::Error(reply, orba::cli::kUsage, "tfdata list: one VARIANT at most");
+  if (pos.size() > 1)
+    return orba::cli::Error(reply, orba::cli::kUsage, "tfdata list: one VARIANT at most");
   if (!pos.empty() && Has(flags, "--packages")) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "tfdata list: --packages lists the device's variant");
+    return orba::cli::Error(reply, orba::cli::kUsage,
+                            "tfdata list: --packages lists the device's variant");
   }
   List list;
   if (!pos.empty()) {
@@ -93,7 +101,9 @@ int ListCmd(const Args& args, orba::cli::Reply& reply) {
                             "tfdata list: no preload list (no manifest, or no entries for the "
                             "variant; --all allows the ALL section)");
   }
-  for (const tf_data_list* n = list.get(); n != nullptr; n = n->next) reply.Stream(orba::cli::Format("%s\n", n->path));
+  for (const tf_data_list* n = list.get(); n != nullptr; n = n->next) {
+    reply.Answer({{"path", n->path}});
+  }
   return orba::cli::kOk;
 }
 
@@ -103,23 +113,37 @@ int Check(const Args&, orba::cli::Reply& reply) {
   static char report[64 * 1024];
   report[0] = '\0';
   int present = get_tf_data_file_number(report, sizeof(report), list.get());
-  reply.Stream(report);
+  // The library reports each missing file on a line of its own, "lost:PATH".
+  int lost = 0;
+  for (std::string_view rest(report); !rest.empty();) {
+    size_t end = rest.find('\n');
+    std::string_view line = rest.substr(0, end);
+    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    size_t colon = line.find(':');
+    if (colon == std::string_view::npos) continue;
+    reply.Answer({{"path", line.substr(colon + 1)}, {"state", line.substr(0, colon)}});
+    ++lost;
+  }
   int access_ok = check_tfdata_time_permission_abnormal(list.get());
   int listed = CountOf(list.get());
   if (present < 0) {
-    reply.Stream(orba::cli::Format("missing files: %d of %d listed are not there\n",
-           static_cast<int>(std::count(report, report + strlen(report), '\n')), listed));
-  } else {
-    reply.Stream(orba::cli::Format("present: %d of %d listed\n", present, listed));
+    return orba::cli::Error(reply, orba::cli::kFailed,
+                            "tfdata check: %d of %d listed files are not there%s", lost, listed,
+                            access_ok == 1 ? "" : "; a listed file is not readable and writable");
   }
-  reply.Stream(orba::cli::Format("access: %s\n", access_ok == 1 ? "ok" : "FAILED (a listed file is not readable and writable)"));
-  return present >= 0 && access_ok == 1 ? orba::cli::kOk : orba::cli::kFailed;
+  if (access_ok != 1) {
+    return orba::cli::Error(reply, orba::cli::kFailed,
+                            "tfdata check: a listed file is not readable and writable");
+  }
+  reply.Answer({{"present", present}, {"listed", listed}});
+  return orba::cli::kOk;
 }
 
 int Size(const Args&, orba::cli::Reply& reply) {
   List list = DeviceList(reply);
   if (!list) return orba::cli::kFailed;
-  reply.Stream(orba::cli::Format("%.0f bytes in %d listed files\n", get_tf_data_file_size(list.get()), CountOf(list.get())));
+  reply.Answer({{"size", static_cast<long long>(get_tf_data_file_size(list.get()))},
+                {"files", CountOf(list.get())}});
   return orba::cli::kOk;
 }
 
@@ -129,7 +153,8 @@ int Clean(const Args& args, orba::cli::Reply& reply) {
   if (!SplitArgs(reply, args, {"--yes", "--demo"}, &pos, &flags)) return orba::cli::kUsage;
   if (Has(flags, "--demo")) {
     if (pos.size() != 1) {
-      return orba::cli::Error(reply, orba::cli::kUsage, "tfdata clean --demo: give the VARIANT to keep");
+      return orba::cli::Error(reply, orba::cli::kUsage,
+                              "tfdata clean --demo: give the VARIANT to keep");
     }
     List list = DeviceList(reply);
     if (!list) return orba::cli::kFailed;
@@ -142,11 +167,12 @@ int Clean(const Args& args, orba::cli::Reply& reply) {
     size_t i = 0;
     for (const tf_data_list* n = list.get(); n != nullptr; n = n->next, ++i) {
       if (existed[i] && access(DevPath(n->path), F_OK) != 0) {
-        reply.Stream(orba::cli::Format("deleted: %s\n", n->path));
+        reply.Answer({{"path", n->path}});
         ++deleted;
       }
     }
-    reply.Stream(orba::cli::Format("%d demo videos of other variants than %s deleted\n", deleted, pos[0].c_str()));
+    reply.Note(orba::cli::Format("%d demo videos of other variants than %s deleted", deleted,
+                                 pos[0].c_str()));
     return orba::cli::kOk;
   }
   if (!pos.empty()) return orba::cli::Error(reply, orba::cli::kUsage, "tfdata clean: no arguments");
@@ -159,7 +185,7 @@ int Clean(const Args& args, orba::cli::Reply& reply) {
   List keep = DeviceList(reply);
   if (!keep) return orba::cli::kFailed;
   delete_all_file_except_tfdata("/sdcard", keep.get());
-  reply.Stream(orba::cli::Format("/sdcard cleaned, %d listed paths kept\n", CountOf(keep.get())));
+  reply.Answer({{"path", "/sdcard"}, {"kept", CountOf(keep.get())}});
   return orba::cli::kOk;
 }
 
@@ -167,15 +193,22 @@ const orba::cli::Family kTfdata{
     "tfdata",
     "the preload data inventory on shared storage",
     {
-        {"type", "", "which manifest the device carries (2 ini, 1 cfg, 0 none)", 0, 0, Type},
+        {"type", "", "which manifest the device carries: type 2 ini, 1 cfg or 0 none, with "
+         "its path", 0, 0, Type, "tfdata type"},
         {"list", "[VARIANT] [--all] [--packages]",
-         "the listed files (of VARIANT's section; --all: fall back to ALL; --packages: add the "
-         "package archives)",
-         0, 3, ListCmd},
-        {"check", "", "every listed file present, readable and writable", 0, 0, Check},
-        {"size", "", "total size of the listed files", 0, 0, Size},
+         "the path of each listed file (of VARIANT's section; --all: fall back to ALL; "
+         "--packages: add the package archives)",
+         0, 3, ListCmd, "tfdata list"},
+        {"check", "",
+         "every listed file present, readable and writable: each lost path, then the present "
+         "and listed counts; exit 1 when a file is lost or not accessible",
+         0, 0, Check, "tfdata check"},
+        {"size", "", "total size in bytes of the listed files, and their number", 0, 0, Size,
+         "tfdata size"},
         {"clean", "--yes | --demo VARIANT",
-         "delete what the list does not name (or: demo videos of other variants)", 1, 2, Clean},
+         "delete what the list does not name, answering /sdcard with the number of listed paths "
+         "kept (or: delete the demo videos of other variants, answering each path deleted)",
+         1, 2, Clean, "tfdata clean --demo ORBA"},
     }};
 orba::cli::Registrar registrar(kTfdata);
 

@@ -4,6 +4,7 @@
 #include <string.h>
 #include <time.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,8 +21,8 @@ class OpenArchive {
  public:
   OpenArchive(orba::cli::Reply& reply, const char* command, const std::string& path) {
     if (sysMapFile(path.c_str(), &map_) != 0) {
-      orba::cli::FailPaths(reply, {{path, orba::cli::PathUse::kRead}}, "zip %s: cannot map %s", command,
-                           path.c_str());
+      orba::cli::FailPaths(reply, {{path, orba::cli::PathUse::kRead}}, "zip %s: cannot map %s",
+                           command, path.c_str());
       return;
     }
     mapped_ = true;
@@ -59,15 +60,19 @@ double Seconds() {
 int List(const Args& args, orba::cli::Reply& reply) {
   OpenArchive zip(reply, "list", args[0]);
   if (!zip.ok()) return orba::cli::kFailed;
-  reply.Stream(orba::cli::Format("%10s %10s %-8s %-8s %s\n", "length", "stored", "method", "crc32", "name"));
   long total = 0;
   for (unsigned i = 0; i < zip.archive().entry_count; ++i) {
     const ZipEntry& e = zip.archive().entries[i];
-    reply.Stream(orba::cli::Format("%10ld %10ld %-8s %08x %s\n", e.uncompressed_length, e.compressed_length,
-           e.compression == ZIP_DEFLATED ? "deflated" : "stored", e.crc32, Name(e).c_str()));
+    reply.Answer({{"name", Name(e)},
+                  {"size", e.uncompressed_length},
+                  {"compressed_size", e.compressed_length},
+                  {"method", e.compression == ZIP_DEFLATED ? "deflated" : "stored"},
+                  {"crc32", orba::cli::Format("%08x", e.crc32)}});
     total += e.uncompressed_length;
   }
-  reply.Stream(orba::cli::Format("%10ld %10s %-8s %-8s %u entries\n", total, "", "", "", zip.archive().entry_count));
+  reply.Note(orba::cli::Format("%u entries, %s", zip.archive().entry_count,
+                               orba::cli::FormatBytes(static_cast<unsigned long long>(total))
+                                   .c_str()));
   return orba::cli::kOk;
 }
 
@@ -78,7 +83,7 @@ bool IsDirectory(const ZipEntry& e) {
 // Members are extracted in the archive's order, and each file's callback comes once it is
 // written; directories have callbacks too but no bytes.
 struct Extraction {
-  orba::cli::TransferProgress* progress;
+  orba::cli::TransferProgress* progress;  // none when nobody watches
   unsigned files = 0;
 };
 
@@ -87,13 +92,14 @@ void MemberWritten(const char* path, void* cookie) {
   size_t len = strlen(path);
   if (len > 0 && path[len - 1] == '/') return;
   ++x->files;
-  x->progress->MemberDone();
+  if (x->progress != nullptr) x->progress->MemberDone();
 }
 
 int Extract(const Args& args, orba::cli::Reply& reply) {
   const std::string target = args.size() > 1 ? args[1] : "/data/local/tmp/unzip";
   if (target.empty() || target[0] != '/') {
-    return orba::cli::Error(reply, orba::cli::kUsage, "zip extract: DIR must be an absolute device path");
+    return orba::cli::Error(reply, orba::cli::kUsage,
+                            "zip extract: DIR must be an absolute device path");
   }
   OpenArchive zip(reply, "extract", args[0]);
   if (!zip.ok()) return orba::cli::kFailed;
@@ -107,11 +113,12 @@ int Extract(const Args& args, orba::cli::Reply& reply) {
     bytes += size;
   }
   const double start = Seconds();
-  orba::cli::TransferProgress progress("extracting", items);
-  Extraction x{&progress};
+  std::optional<orba::cli::TransferProgress> progress;
+  if (reply.Interactive()) progress.emplace("extracting", items);
+  Extraction x{progress ? &*progress : nullptr};
   bool ok = mzExtractRecursive(&zip.archive(), "", target.c_str(), nullptr, MemberWritten, &x,
                                nullptr);
-  progress.Finish();
+  if (progress) progress->Finish();
   // A member that fails part way ends the run without failing it: count what arrived.
   if (!ok || x.files != items.size()) {
     return orba::cli::FailPaths(reply, {{target, orba::cli::PathUse::kDirectory, false}},
@@ -119,8 +126,10 @@ int Extract(const Args& args, orba::cli::Reply& reply) {
                                 items.size(), target.c_str());
   }
   const double seconds = Seconds() - start;
-  reply.Stream(orba::cli::Format("extracted %zu files (%s) into %s in %.1f s\n", items.size(),
-         orba::cli::FormatBytes(bytes).c_str(), target.c_str(), seconds));
+  reply.Answer({{"path", target},
+                {"files", items.size()},
+                {"size", static_cast<unsigned long>(bytes)},
+                {"seconds", orba::cli::Value::Real(seconds, 1)}});
   return orba::cli::kOk;
 }
 
@@ -134,24 +143,37 @@ int Test(const Args& args, orba::cli::Reply& reply) {
     const ZipEntry& e = zip.archive().entries[i];
     orba::cli::ClearLibraryError();
     bool ok = mzProcessZipEntryContents(&zip.archive(), &e, Discard, nullptr);
-    if (!ok) {
-      ++bad;
-      std::string cause = orba::cli::LastLibraryError();
-      reply.Stream(orba::cli::Format("FAILED %s: %s\n", Name(e).c_str(), cause.empty() ? "unreadable" : cause.c_str()));
+    if (ok) {
+      reply.Answer({{"name", Name(e)}, {"ok", true}});
+      continue;
     }
+    ++bad;
+    std::string cause = orba::cli::LastLibraryError();
+    reply.Answer(
+        {{"name", Name(e)}, {"ok", false}, {"error", cause.empty() ? "unreadable" : cause}});
   }
-  reply.Stream(orba::cli::Format("%u entries, %u failed\n", zip.archive().entry_count, bad));
-  return bad == 0 ? orba::cli::kOk : orba::cli::kFailed;
+  if (bad != 0) {
+    return orba::cli::Error(reply, orba::cli::kFailed, "zip test: %u of %u entries failed", bad,
+                            zip.archive().entry_count);
+  }
+  return orba::cli::kOk;
 }
 
 const orba::cli::Family kZip{
     "zip",
     "read ZIP archives on the device",
     {
-        {"list", "FILE", "list the members of an archive", 1, 1, List},
-        {"extract", "FILE [DIR]", "extract every member under DIR (default /data/local/tmp/unzip)",
-         1, 2, Extract},
-        {"test", "FILE", "read every member and check its CRC", 1, 1, Test},
+        {"list", "FILE",
+         "each member: name, size, compressed_size, method (stored or deflated) and crc32", 1, 1,
+         List, "zip list /data/local/tmp/update.zip"},
+        {"extract", "FILE [DIR]",
+         "extract every member under DIR (default /data/local/tmp/unzip); answers the directory, "
+         "files, size in bytes and seconds taken",
+         1, 2, Extract, "zip extract /data/local/tmp/update.zip /data/local/tmp/unzip"},
+        {"test", "FILE",
+         "read every member and check its CRC: each member's name and ok, with the error of one "
+         "that fails; exit 1 when any fails",
+         1, 1, Test, "zip test /data/local/tmp/update.zip"},
     }};
 orba::cli::Registrar registrar(kZip);
 
