@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <vector>
 
 #include <orbafactory/uwb.h>
 
@@ -71,17 +72,23 @@ bool ParseSeconds(orba::cli::Reply& reply, const Args& args, size_t index, long*
   return true;
 }
 
-void PrintNotification(orba::cli::Reply& reply, const per_rx_ntf_data& r) {
-  reply.Stream(orba::cli::Format("status %u\nattempts %u\nacq_detect %u\nacq_reject %u\nrx_fail %u\n"
-         "sync_cir_ready %u\nsfd_fail %u\nsfd_found %u\nphr_dec_error %u\n",
-         r.status, r.attempts, r.acq_detect, r.acq_reject, r.rx_fail, r.sync_cir_ready, r.sfd_fail,
-         r.sfd_found, r.phr_dec_error));
+// The notification's counters by the names the library's structure gives them.
+void AnswerNotification(orba::cli::Reply& reply, const per_rx_ntf_data& r) {
+  reply.Answer({{"status", r.status},
+                {"attempts", r.attempts},
+                {"acq_detect", r.acq_detect},
+                {"acq_reject", r.acq_reject},
+                {"rx_fail", r.rx_fail},
+                {"sync_cir_ready", r.sync_cir_ready},
+                {"sfd_fail", r.sfd_fail},
+                {"sfd_found", r.sfd_found},
+                {"phr_dec_error", r.phr_dec_error}});
 }
 
 int Init(const Args&, orba::cli::Reply& reply) {
   Session session;
   if (int err = session.Check(reply, "init")) return err;
-  reply.Stream(orba::cli::Format("test library loaded and initialised\n"));
+  reply.Answer({{"state", "initialised"}});
   return orba::cli::kOk;
 }
 
@@ -93,13 +100,13 @@ int Receive(orba::cli::Reply& reply, const char* what, bool defaults, const uint
   if (orba_uci_hal_start_rx_test() != 0) {
     return orba::cli::Fail(reply, "uwb %s: the receive test did not start", what);
   }
-  fprintf(stderr, "uwb: receiving for %ld s\n", seconds);
+  reply.Note(orba::cli::Format("uwb: receiving for %ld s", seconds));
   sleep(static_cast<unsigned>(seconds));
   per_rx_ntf_data result{};
   if (orba_uci_hal_stop_rx_test(&result) != 0) {
     return orba::cli::Fail(reply, "uwb %s: the receive test did not stop", what);
   }
-  PrintNotification(reply, result);
+  AnswerNotification(reply, result);
   return orba::cli::kOk;
 }
 
@@ -112,12 +119,12 @@ int Transmit(orba::cli::Reply& reply, const char* what, bool defaults, const uin
   if (orba_uci_hal_start_tx_test() != 0) {
     return orba::cli::Fail(reply, "uwb %s: the transmit test did not start", what);
   }
-  fprintf(stderr, "uwb: transmitting for %ld s\n", seconds);
+  reply.Note(orba::cli::Format("uwb: transmitting for %ld s", seconds));
   sleep(static_cast<unsigned>(seconds));
   if (orba_uci_hal_stop_tx_test() != 0) {
     return orba::cli::Fail(reply, "uwb %s: the transmit test did not stop", what);
   }
-  reply.Stream(orba::cli::Format("transmit test done\n"));
+  reply.Answer({{"state", "done"}});
   return orba::cli::kOk;
 }
 
@@ -167,23 +174,36 @@ int CalStore(const Args& args, orba::cli::Reply& reply) {
                                       : "");
   }
   set_property_for_uwb();
-  reply.Stream(orba::cli::Format("calibration stored (%s)\n", args[0].c_str()));
+  reply.Answer({{"calibration", args[0]}, {"state", "stored"}});
   return orba::cli::kOk;
+}
+
+std::vector<std::string> CalibrationSets(size_t index) {
+  if (index != 0) return {};
+  return {"all", "smt"};
 }
 
 const orba::cli::Family kUwb{
     "uwb",
     "UWB RF tests (each command loads, runs and unloads the test library)",
     {
-        {"init", "", "load and initialise the test library", 0, 0, Init},
+        {"init", "", "load and initialise the test library; answers initialised", 0, 0, Init,
+         "uwb init"},
         {"rx", "CHANNEL ANTENNA_PAIR [SECONDS]",
-         "receive test with these parameters; prints the notification", 2, 3, Rx},
+         "receive test with these parameters (bytes, 0 to 255) for SECONDS (0 to 600, default "
+         "1); answers the notification's counters",
+         2, 3, Rx, "uwb rx 9 1 1"},
         {"tx", "CHANNEL ANTENNA_PAIR RFRAME POWER STS_SEGMENTS [SECONDS]",
-         "transmit test with these parameters", 5, 6, Tx},
-        {"start-rx", "[SECONDS]", "receive test with the library's defaults", 0, 1, StartRx},
-        {"start-tx", "[SECONDS]", "transmit test with the library's defaults", 0, 1, StartTx},
-        {"cal-store", "all|smt [ARG]", "store calibration data and set the UWB properties", 1, 2,
-         CalStore},
+         "transmit test with these parameters (bytes, 0 to 255) for SECONDS (0 to 600, default "
+         "1); answers done",
+         5, 6, Tx, "uwb tx 9 1 0 10 1 1"},
+        {"start-rx", "[SECONDS]", "receive test with the library's defaults; answers the "
+         "notification's counters", 0, 1, StartRx, "uwb start-rx 1"},
+        {"start-tx", "[SECONDS]", "transmit test with the library's defaults; answers done", 0,
+         1, StartTx, "uwb start-tx 1"},
+        {"cal-store", "all|smt [ARG]",
+         "store all calibration data or the SMT part, and set the UWB properties", 1, 2,
+         CalStore, "uwb cal-store all", CalibrationSets},
     }};
 orba::cli::Registrar registrar(kUwb);
 
