@@ -26,7 +26,8 @@ int Store(const Args& args, orba::cli::Reply& reply) {
                             type == 0 ? 16 : 18);
   }
   if (ret != 7) {
-    return orba::cli::Fail(reply, "als store: the factory record could not be read or written (%d)", ret);
+    return orba::cli::Fail(reply, "als store: the factory record could not be read or written (%d)",
+                           ret);
   }
   const char* prefix = type == 0 ? "persist.sys.metal_data" : "persist.sys.mscct.metal_data";
   for (const char* channel : {"c", "r", "g", "b", "w"}) {

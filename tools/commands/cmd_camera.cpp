@@ -124,7 +124,8 @@ void AnswerTurn(orba::cli::Reply& reply, int ms, double angle) {
 
 // A turn is done when the library's own reading, taken after the motor stopped, lies within the
 // precision it was asked for; the time it reports alone says nothing about where the module is.
-int TurnVerdict(orba::cli::Reply& reply, int ms, double target, const RotaryUtil& u, const char* what) {
+int TurnVerdict(orba::cli::Reply& reply, int ms, double target, const RotaryUtil& u,
+                const char* what) {
   if (ms < 0) return orba::cli::Fail(reply, "%s failed", what);
   double angle = get_current_avr_angle();
   AnswerTurn(reply, ms, angle);
@@ -167,9 +168,9 @@ int MovePop(orba::cli::Reply& reply, const Args& args, bool out) {
   if (!ParseMs(reply, args[0], out ? "camera pop" : "camera retract", &ms)) return kUsage;
   PopStopOnInterrupt stop;
   if ((out ? pop_camera(ms) : retract_camera(ms)) != 1) {
-    return orba::cli::FailPaths(reply, {{"/sys/class/timed_output/motor/enable",
-                                  orba::cli::PathUse::kWrite}},
-                                "camera %s: cannot command the pop motor", out ? "pop" : "retract");
+    return orba::cli::FailPaths(
+        reply, {{"/sys/class/timed_output/motor/enable", orba::cli::PathUse::kWrite}},
+        "camera %s: cannot command the pop motor", out ? "pop" : "retract");
   }
   {
     MotionWatch watch(reply, out ? "popping" : "retracting", HallsNow);
@@ -233,14 +234,20 @@ int BlockedTime(const Args& args, orba::cli::Reply& reply) {
     MotionWatch watch(reply, retract ? "retracting" : "popping", HallsNow);
     used = atoi(pop_up_camera_by_engineer_interface(msg));
   }
-  if (used < 0) return orba::cli::Fail(reply, "camera blocked-time: not a pop-up module, or no motor");
+  if (used < 0) {
+    return orba::cli::Fail(reply, "camera blocked-time: not a pop-up module, or no motor");
+  }
   reply.Answer({{"time_ms", used}});
   bool out = false;
-  if (!HallsSayOut(&out)) return orba::cli::Fail(reply, "camera blocked-time: halls unreadable after the move");
+  if (!HallsSayOut(&out)) {
+    return orba::cli::Fail(reply, "camera blocked-time: halls unreadable after the move");
+  }
   if (out == retract) {
-    return orba::cli::Error(reply, kFailed, "camera blocked-time: the halls show the module %s after %s "
-                            "(%s): it did not move", out ? "out" : "in",
-                            retract ? "retracting" : "popping", HallsNow().c_str());
+    return orba::cli::Error(reply, kFailed,
+                            "camera blocked-time: the halls show the module %s after %s "
+                            "(%s): it did not move",
+                            out ? "out" : "in", retract ? "retracting" : "popping",
+                            HallsNow().c_str());
   }
   return kOk;
 }
@@ -294,8 +301,10 @@ int StopAngle(orba::cli::Reply& reply, const std::string& way) {
     usleep(5000);
   }
   if (high - low > kRestSpread || high < -1 || low > 361) {
-    return orba::cli::Error(reply, kFailed, "camera angle --stop: readings from %.2f to %.2f: the module "
-                            "is not at rest", low, high);
+    return orba::cli::Error(reply, kFailed,
+                            "camera angle --stop: readings from %.2f to %.2f: the module "
+                            "is not at rest",
+                            low, high);
   }
   const double stop = way == "negatively" ? high + kMargin : low - kMargin;
   reply.Answer({{"angle", orba::cli::Value::Real(stop, 2)}});
@@ -330,7 +339,9 @@ int Field(const Args&, orba::cli::Reply& reply) {
 int RotateTo(const Args& args, orba::cli::Reply& reply) {
   double deg = 0;
   if (!ParseDegrees(reply, args[0], "camera rotate-to", &deg)) return kUsage;
-  if (deg < 0 || deg >= 360) return orba::cli::Error(reply, kUsage, "camera rotate-to: 0 <= DEG < 360");
+  if (deg < 0 || deg >= 360) {
+    return orba::cli::Error(reply, kUsage, "camera rotate-to: 0 <= DEG < 360");
+  }
   RotaryUtil u = Tuning();
   int ms;
   {
@@ -338,7 +349,8 @@ int RotateTo(const Args& args, orba::cli::Reply& reply) {
     MotionWatch watch(reply, "turning", AngleNow);
     ms = rotate_to_appointted_angles(u.rotary_interval, u.rotary_timeout, deg, u.angle_precision);
   }
-  return TurnVerdict(reply, ms, deg, u, "camera rotate-to (calibrated unreached angle? see camera cali)");
+  return TurnVerdict(reply, ms, deg, u,
+                     "camera rotate-to (calibrated unreached angle? see camera cali)");
 }
 
 int RotateBy(const Args& args, orba::cli::Reply& reply) {
@@ -377,8 +389,8 @@ int Max(const Args& args, orba::cli::Reply& reply) {
   if (ms < 0) return orba::cli::Fail(reply, "camera max failed");
   AnswerTurn(reply, ms, get_current_avr_angle());
   if (ms > kMaxTurnMs) {
-    return orba::cli::Error(reply, kFailed, "camera max: the module did not come to rest within %d ms",
-                            kMaxTurnMs);
+    return orba::cli::Error(reply, kFailed,
+                            "camera max: the module did not come to rest within %d ms", kMaxTurnMs);
   }
   return kOk;
 }
@@ -389,8 +401,8 @@ bool CalibratedTarget(bool front, double* target) {
   double own = get_front_back_camera_angle(front ? 0 : 1);
   if (own == -999.0) return false;
   char value[PROPERTY_VALUE_MAX] = {};
-  orbaatcmd_get_system_property(front ? "sys.rotary_camera.cali_deg180" : "sys.rotary_camera.cali_deg0",
-                                value, "");
+  orbaatcmd_get_system_property(
+      front ? "sys.rotary_camera.cali_deg180" : "sys.rotary_camera.cali_deg0", value, "");
   if (value[0] != '\0') {
     *target = own;
     return true;
@@ -508,20 +520,28 @@ int CameraSend(const Args& args, orba::cli::Reply& reply) {
   const char* answer = sendMessageToCamera(orba::cli::Join(args, 0).c_str());
   const std::string text = answer != nullptr ? answer : "";
   if (!text.empty()) reply.Answer({{"reply", text}});
-  if (text.empty()) return orba::cli::Error(reply, kFailed, "camera send: the camera service gave no answer");
-  if (text == "error") return orba::cli::Error(reply, kFailed, "camera send: the camera service answered error");
+  if (text.empty()) {
+    return orba::cli::Error(reply, kFailed, "camera send: the camera service gave no answer");
+  }
+  if (text == "error") {
+    return orba::cli::Error(reply, kFailed, "camera send: the camera service answered error");
+  }
   return kOk;
 }
 
 int Service(const Args& args, orba::cli::Reply& reply) {
   if (args[0] == "start") {
     if (startCameraSocketService() != 1) {
-      return orba::cli::Error(reply, kFailed, "camera service start: the camera service did not start");
+      return orba::cli::Error(reply, kFailed,
+                              "camera service start: the camera service did not start");
     }
   } else if (args[0] == "stop") {
-    if (stopCameraFromAtcid() != 1) return orba::cli::Error(reply, kFailed, "camera service stop: refused");
+    if (stopCameraFromAtcid() != 1) {
+      return orba::cli::Error(reply, kFailed, "camera service stop: refused");
+    }
   } else {
-    return orba::cli::Error(reply, kUsage, "camera service: start or stop, not '%s'", args[0].c_str());
+    return orba::cli::Error(reply, kUsage, "camera service: start or stop, not '%s'",
+                            args[0].c_str());
   }
   reply.Answer({{"state", args[0] == "start" ? "started" : "stopped"}});
   return kOk;
@@ -546,7 +566,7 @@ std::vector<std::string> Moves(size_t index) {
 // The items the calibration store takes, with the values each wants after it.
 std::vector<std::string> CaliItems(size_t index) {
   if (index != 0) return {};
-  return {"deg0_cali",     "deg180_cali",       "half_pop_hall_cali_data", "pop_cali_data",
+  return {"deg0_cali",         "deg180_cali",      "half_pop_hall_cali_data", "pop_cali_data",
           "retract_cali_data", "set_border_angle", "set_unreached_angle"};
 }
 
@@ -558,10 +578,9 @@ std::vector<std::string> FluencyTurns(size_t index) {
 // The module types the library keeps identity data for.
 std::vector<std::string> ModuleTypes(size_t index) {
   if (index != 0) return {};
-  return {"rear_camera_main",  "rear_camera_wide",  "rear_camera_sub",
-          "rear_camera_rtb",   "rear_camera_tele",  "rear_camera_peri",
-          "front_camera_main", "front_camera_rtb",  "front_camera_wide",
-          "front_camera_sub",  "front_camera_aux-main"};
+  return {"rear_camera_main",  "rear_camera_wide", "rear_camera_sub",      "rear_camera_rtb",
+          "rear_camera_tele",  "rear_camera_peri", "front_camera_main",    "front_camera_rtb",
+          "front_camera_wide", "front_camera_sub", "front_camera_aux-main"};
 }
 
 std::vector<std::string> ServiceActions(size_t index) {
@@ -577,8 +596,10 @@ const orba::cli::Family kCamera{
          "the project's camera motor type and its name: 0 none, 1 fully_auto_pop, 2 "
          "fully_auto_pop_rotate, 3 semi_auto_pop, 4 fully_manual_pop",
          0, 0, MotorType, "camera motor-type"},
-        {"pop", "MS", "drive the pop motor out for MS ms (1 to 65535), then the up, middle and "
-         "down halls", 1, 1, Pop, "camera pop 800"},
+        {"pop", "MS",
+         "drive the pop motor out for MS ms (1 to 65535), then the up, middle and "
+         "down halls",
+         1, 1, Pop, "camera pop 800"},
         {"retract", "MS", "drive it in for MS ms (1 to 65535), then the halls", 1, 1, Retract,
          "camera retract 800"},
         {"stop", "", "stop the pop motor (and the rotary motor); answers stopped", 0, 0, Stop,
@@ -594,8 +615,8 @@ const orba::cli::Family kCamera{
          2, 2, Sample, "camera sample 10 50"},
         {"angle", "[--stop positively|negatively]",
          "the rotary module's angle (mean of four readings); --stop: the end stop's angle from "
-         "readings at rest, for set_unreached_angle", 0, 2, Angle,
-         "camera angle --stop negatively", AngleArgs},
+         "readings at rest, for set_unreached_angle",
+         0, 2, Angle, "camera angle --stop negatively", AngleArgs},
         {"field", "", "the magnetometer's x, y and z", 0, 0, Field, "camera field"},
         {"rotate-to", "DEG",
          "turn to an angle (0 <= DEG < 360) and answer the time and the angle read afterwards; "
@@ -610,8 +631,8 @@ const orba::cli::Family kCamera{
          Max, "camera max negatively", Ways},
         {"front", "", "turn to the calibrated front position (exit 1 unless it arrived)", 0, 0,
          Front, "camera front"},
-        {"back", "", "turn to the calibrated back position (exit 1 unless it arrived)", 0, 0,
-         Back, "camera back"},
+        {"back", "", "turn to the calibrated back position (exit 1 unless it arrived)", 0, 0, Back,
+         "camera back"},
         {"cali", "ITEM VALUES...",
          "store calibration: deg0_cali|deg180_cali X Y Z DEG, half_pop_hall_cali_data|"
          "pop_cali_data|retract_cali_data|set_border_angle A B, set_unreached_angle DEG",
@@ -635,14 +656,13 @@ const orba::cli::Family kCamera{
          "a module's OTP status from its property: good, or bad with the report (exit 1 when "
          "bad)",
          1, 1, Otp, "camera otp persist.sys.camera.otp.rear_main"},
-        {"at", "ATCMD",
-         "a camera AT command through the camera service; prints the AT response", 1, -1, At,
-         "camera at 'AT+TQ_CCM_SINGLE=2,R,MAIN'"},
+        {"at", "ATCMD", "a camera AT command through the camera service; prints the AT response", 1,
+         -1, At, "camera at 'AT+TQ_CCM_SINGLE=2,R,MAIN'"},
         {"send", "MESSAGE...",
          "send a request to the camera service and print the reply (exit 1 on error)", 1, -1,
          CameraSend, "camera send eng_AT_camera#rear#main#open"},
-        {"service", "start|stop", "start or stop the camera service; answers started or stopped",
-         1, 1, Service, "camera service start", ServiceActions},
+        {"service", "start|stop", "start or stop the camera service; answers started or stopped", 1,
+         1, Service, "camera service start", ServiceActions},
     }};
 orba::cli::Registrar camera_registrar(kCamera);
 

@@ -29,7 +29,9 @@ int PrintReply(orba::cli::Reply& reply, const char* what, const char* answer) {
   return kOk;
 }
 
-int Send(const Args& args, orba::cli::Reply& reply) { return PrintReply(reply, "em send", sendMessage(orba::cli::Join(args, 0).c_str())); }
+int Send(const Args& args, orba::cli::Reply& reply) {
+  return PrintReply(reply, "em send", sendMessage(orba::cli::Join(args, 0).c_str()));
+}
 int UserSend(const Args& args, orba::cli::Reply& reply) {
   return PrintReply(reply, "em user-send", sendUserMessage(orba::cli::Join(args, 0).c_str()));
 }
@@ -95,13 +97,13 @@ const orba::cli::Family kEm{
          "it answers error)",
          1, -1, Send, "em send get_lcm_refreshrate max"},
         {"user-send", "MESSAGE...",
-         "send a request to the user edition and print its reply (exit 1 when it answers error)",
-         1, -1, UserSend, "em user-send get_lcm_refreshrate current"},
+         "send a request to the user edition and print its reply (exit 1 when it answers error)", 1,
+         -1, UserSend, "em user-send get_lcm_refreshrate current"},
         {"action", "ACTION [COMPONENT [ARG [ARG]]]",
          "ask the engineer-mode service to start-activity, stop-activity, start-service, "
          "stop-service or broadcast; answers done",
-         1, 4, RunAction,
-         "em action start-service com.orba.engineermode/.FactoryTestService", ActionNames},
+         1, 4, RunAction, "em action start-service com.orba.engineermode/.FactoryTestService",
+         ActionNames},
         {"running", "SERVICE_CLASS", "whether an app service runs: true or false (exit 1 when not)",
          1, 1, Running, "em running com.xole.engineermode.socketcommand.SocketReceiverService"},
         {"edition", "TAG",

@@ -28,8 +28,8 @@ void AnswerMeasurement(orba::cli::Reply& reply, const char* distance, const char
 }
 
 void AnswerCrosstalk(orba::cli::Reply& reply, const char* photon, const char* bin) {
-  reply.Answer({{"photon_num", orba::cli::IntegerOrText(photon)},
-                {"bin", orba::cli::IntegerOrText(bin)}});
+  reply.Answer(
+      {{"photon_num", orba::cli::IntegerOrText(photon)}, {"bin", orba::cli::IntegerOrText(bin)}});
 }
 
 int Open(const Args&, orba::cli::Reply& reply) {
@@ -65,7 +65,8 @@ int ReadOnce(const Args&, orba::cli::Reply& reply) {
   char distance[16] = {};
   char confidence[16] = {};
   if (get_laser_data_TMF8801_sync(distance, confidence) != 1) {
-    return orba::cli::Error(reply, orba::cli::kFailed, "laser read-once: no measurement within 3 s");
+    return orba::cli::Error(reply, orba::cli::kFailed,
+                            "laser read-once: no measurement within 3 s");
   }
   AnswerMeasurement(reply, distance, confidence);
   return orba::cli::kOk;
@@ -82,10 +83,9 @@ int ClockCali(const Args& args, orba::cli::Reply& reply) {
     reply.Answer({{"step", step}, {"result", ret}});
     int expected = step == "enable" ? 0 : 2;
     if (ret != expected) {
-      return orba::cli::Error(reply, orba::cli::kFailed, "laser clock-cali %s failed (%d)%s",
-                              step.c_str(), ret,
-                              ret == -2 && args.size() == 1 ? ": run 'enable get_result' together"
-                                                            : "");
+      return orba::cli::Error(
+          reply, orba::cli::kFailed, "laser clock-cali %s failed (%d)%s", step.c_str(), ret,
+          ret == -2 && args.size() == 1 ? ": run 'enable get_result' together" : "");
     }
   }
   return orba::cli::kOk;
@@ -97,7 +97,8 @@ int XtalkCali(const Args&, orba::cli::Reply& reply) {
   char msg[128] = {};
   int ret = crosstalk_cali_TMF8801(photon, bin, msg);
   if (ret != 0) {
-    return orba::cli::Error(reply, orba::cli::kFailed, "laser xtalk-cali failed (%d): %s", ret, msg);
+    return orba::cli::Error(reply, orba::cli::kFailed, "laser xtalk-cali failed (%d): %s", ret,
+                            msg);
   }
   AnswerCrosstalk(reply, photon, bin);
   return orba::cli::kOk;
@@ -174,8 +175,10 @@ const orba::cli::Family kLaser{
          "when it worked); both steps by default, recorded in the record, registry and "
          "properties",
          0, 2, ClockCali, "laser clock-cali enable get_result", ClockSteps},
-        {"xtalk-cali", "", "crosstalk calibration, recorded like the clock's; answers the photon "
-         "count and bin", 0, 0, XtalkCali, "laser xtalk-cali"},
+        {"xtalk-cali", "",
+         "crosstalk calibration, recorded like the clock's; answers the photon "
+         "count and bin",
+         0, 0, XtalkCali, "laser xtalk-cali"},
         {"xtalk", "", "the last crosstalk result (photon count and bin)", 0, 0, Xtalk,
          "laser xtalk"},
         {"firmware", "", "download the sensor firmware; answers requested", 0, 0, Firmware,

@@ -27,7 +27,8 @@ long SizeOf(const char* device_path) {
 
 int Start(const Args& args, orba::cli::Reply& reply) {
   long seconds = 0;
-  if (!args.empty() && !orba::cli::ParseIntIn(reply, args[0], "log start SECONDS", 1, 86400, &seconds)) {
+  if (!args.empty() &&
+      !orba::cli::ParseIntIn(reply, args[0], "log start SECONDS", 1, 86400, &seconds)) {
     return orba::cli::kUsage;
   }
   // The capture threads live in this process, so it stays until interrupted or for SECONDS.
@@ -54,7 +55,8 @@ int Start(const Args& args, orba::cli::Reply& reply) {
     if (end != 0 && time(nullptr) >= end) break;
   }
   if (progress) fputc('\n', stderr);
-  for (const char* log : {kAdbLog, kKernelLog}) reply.Answer({{"path", log}, {"size", SizeOf(log)}});
+  for (const char* log : {kAdbLog, kKernelLog})
+    reply.Answer({{"path", log}, {"size", SizeOf(log)}});
   return orba::cli::kOk;
 }
 

@@ -73,13 +73,13 @@ int PropWait(const Args& args, orba::cli::Reply& reply) {
 int FileRead(const Args& args, orba::cli::Reply& reply) {
   int size = orbaatcmd_sizeof_system_file(args[0].c_str());
   if (size < 0) {
-    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}}, "file read: cannot reach %s",
-                                args[0].c_str());
+    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}},
+                                "file read: cannot reach %s", args[0].c_str());
   }
   std::vector<char> text(static_cast<size_t>(size) + 1, '\0');
   if (size > 0 && orbaatcmd_fread_system_file(args[0].c_str(), text.data(), size) != 0) {
-    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}}, "file read: cannot read %s",
-                                args[0].c_str());
+    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}},
+                                "file read: cannot read %s", args[0].c_str());
   }
   reply.Stream(text.data());
   return kOk;
@@ -91,19 +91,23 @@ int WriteWith(orba::cli::Reply& reply, const Args& args, const char* mode, const
     return orba::cli::Error(reply, kFailed, "%s: cannot read standard input", what);
   }
   if (orbaatcmd_fwrite_system_file(args[0].c_str(), mode, data.c_str()) < 0) {
-    return orba::cli::FailPaths(reply, {{args[0], PathUse::kWrite, false}}, "%s: cannot write %s", what,
-                                args[0].c_str());
+    return orba::cli::FailPaths(reply, {{args[0], PathUse::kWrite, false}}, "%s: cannot write %s",
+                                what, args[0].c_str());
   }
   return kOk;
 }
 
-int FileWrite(const Args& args, orba::cli::Reply& reply) { return WriteWith(reply, args, "w", "file write"); }
-int FileAppend(const Args& args, orba::cli::Reply& reply) { return WriteWith(reply, args, "a", "file append"); }
+int FileWrite(const Args& args, orba::cli::Reply& reply) {
+  return WriteWith(reply, args, "w", "file write");
+}
+int FileAppend(const Args& args, orba::cli::Reply& reply) {
+  return WriteWith(reply, args, "a", "file append");
+}
 
 int FileCopy(const Args& args, orba::cli::Reply& reply) {
   if (orbaatcmd_copy_file(args[0].c_str(), args[1].c_str()) != 0) {
-    return orba::cli::FailPaths(reply, 
-        {{args[0], PathUse::kRead, false}, {args[1], PathUse::kWrite, false}},
+    return orba::cli::FailPaths(
+        reply, {{args[0], PathUse::kRead, false}, {args[1], PathUse::kWrite, false}},
         "file copy: %s -> %s failed", args[0].c_str(), args[1].c_str());
   }
   return kOk;
@@ -120,8 +124,8 @@ int FileRemove(const Args& args, orba::cli::Reply& reply) {
 int FileMd5(const Args& args, orba::cli::Reply& reply) {
   unsigned char digest[16] = {};
   if (orbaatcmd_md5_system_file(args[0].c_str(), digest) != 0) {
-    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}}, "file md5: no digest for %s",
-                                args[0].c_str());
+    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}},
+                                "file md5: no digest for %s", args[0].c_str());
   }
   std::string hex;
   for (unsigned char b : digest) hex += orba::cli::Format("%02x", b);
@@ -132,8 +136,8 @@ int FileMd5(const Args& args, orba::cli::Reply& reply) {
 int FileSize(const Args& args, orba::cli::Reply& reply) {
   int size = orbaatcmd_sizeof_system_file(args[0].c_str());
   if (size < 0) {
-    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}}, "file size: cannot reach %s",
-                                args[0].c_str());
+    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}},
+                                "file size: cannot reach %s", args[0].c_str());
   }
   reply.Answer({{"size", size}});
   return kOk;
@@ -173,9 +177,11 @@ int Exec(const Args& in, orba::cli::Reply& reply) {
   long limit = 0;  // no limit: timeout(1) takes 0 as none
   if (!args.empty() && args[0] == "--timeout") {
     if (args.size() < 3) {
-      return orba::cli::Error(reply, kUsage, "usage: orbafactory exec [--timeout SECONDS] COMMAND [ARG...]");
+      return orba::cli::Error(reply, kUsage,
+                              "usage: orbafactory exec [--timeout SECONDS] COMMAND [ARG...]");
     }
-    if (!orba::cli::ParseIntIn(reply, args[1], "exec --timeout SECONDS", 1, kExecMaxSeconds, &limit)) {
+    if (!orba::cli::ParseIntIn(reply, args[1], "exec --timeout SECONDS", 1, kExecMaxSeconds,
+                               &limit)) {
       return kUsage;
     }
     args.erase(args.begin(), args.begin() + 2);
@@ -206,7 +212,8 @@ int Exec(const Args& in, orba::cli::Reply& reply) {
   const size_t at = text.rfind("\n" + marker + " ");
   if (at == std::string::npos) {
     reply.Stream(text);
-    return orba::cli::Error(reply, kFailed, "exec: %s: no exit status came back (the device ended the "
+    return orba::cli::Error(reply, kFailed,
+                            "exec: %s: no exit status came back (the device ended the "
                             "command, or its output passed the service's %zu bytes)",
                             args[0].c_str(), kExecOutputMax);
   }

@@ -14,7 +14,8 @@ using orba::cli::Args;
 int Run(const Args& args, orba::cli::Reply& reply) {
   tool_test_app_command cmd{};
   if (tool_test_app_command_ini(args[0].c_str(), &cmd) != 0) {
-    return orba::cli::Fail(reply, "toolcmd: '%s' is not a next command of "
+    return orba::cli::Fail(reply,
+                           "toolcmd: '%s' is not a next command of "
                            "/cache/recovery/last_tool_test_app.ini",
                            args[0].c_str());
   }

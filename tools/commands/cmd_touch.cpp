@@ -61,15 +61,17 @@ int Test(const Args& args, orba::cli::Reply& reply) {
     if (args[0] == t.value) test = &t;
   }
   if (test == nullptr) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "touch test: VALUE is one of 165..169, not '%s'",
-                            args[0].c_str());
+    return orba::cli::Error(reply, orba::cli::kUsage,
+                            "touch test: VALUE is one of 165..169, not '%s'", args[0].c_str());
   }
   long seconds = 2;
   long rate = 0;
-  if (args.size() > 1 && !orba::cli::ParseIntIn(reply, args[1], "touch test SECONDS", 0, 600, &seconds)) {
+  if (args.size() > 1 &&
+      !orba::cli::ParseIntIn(reply, args[1], "touch test SECONDS", 0, 600, &seconds)) {
     return orba::cli::kUsage;
   }
-  if (args.size() > 2 && !orba::cli::ParseIntIn(reply, args[2], "touch test RATE", 0, 1000, &rate)) {
+  if (args.size() > 2 &&
+      !orba::cli::ParseIntIn(reply, args[2], "touch test RATE", 0, 1000, &rate)) {
     return orba::cli::kUsage;
   }
   // The library switches the rate and its collecting thread puts it back once the driver has
@@ -88,9 +90,11 @@ int Test(const Args& args, orba::cli::Reply& reply) {
       const std::string request = "set_lcm_refreshrate " + before;
       sendMessage(request.c_str());
     }
-    if (ret >= -1) return orba::cli::Fail(reply, "touch test %s: not started (%d)", test->value, ret);
-    return orba::cli::Error(reply, orba::cli::kFailed, "touch test %s: not started (%d): %s", test->value,
-                            ret, strerror(-ret));
+    if (ret >= -1) {
+      return orba::cli::Fail(reply, "touch test %s: not started (%d)", test->value, ret);
+    }
+    return orba::cli::Error(reply, orba::cli::kFailed, "touch test %s: not started (%d): %s",
+                            test->value, ret, strerror(-ret));
   }
   reply.Note(orba::cli::Format("touch %s started; result in %ld s", test->what, seconds));
   // The collecting thread replaces "testing" with the driver's answer, then restores the rate.
@@ -104,8 +108,8 @@ int Test(const Args& args, orba::cli::Reply& reply) {
     }
   }
   if (result.empty() || result == "testing") {
-    return orba::cli::Error(reply, orba::cli::kFailed, "touch test %s: no result in %s", test->value,
-                            test->result_file);
+    return orba::cli::Error(reply, orba::cli::kFailed, "touch test %s: no result in %s",
+                            test->value, test->result_file);
   }
   // The rate is put back just before the result is written; wait until the panel shows it.
   for (int i = 0; !before.empty() && CurrentRate() != before; ++i) {
@@ -118,8 +122,8 @@ int Test(const Args& args, orba::cli::Reply& reply) {
   }
   reply.Answer({{"result", result}});
   if (!IsPass(result)) {
-    return orba::cli::Error(reply, orba::cli::kFailed, "touch test %s: the driver's result is not a pass",
-                            test->value);
+    return orba::cli::Error(reply, orba::cli::kFailed,
+                            "touch test %s: the driver's result is not a pass", test->value);
   }
   return orba::cli::kOk;
 }

@@ -33,8 +33,8 @@ class Session {
   // Why the session is unusable, after printing it; 0 when usable.
   int Check(orba::cli::Reply& reply, const char* what) const {
     if (!loaded_) {
-      return orba::cli::FailPaths(reply, 
-          {{"/vendor/lib64/libuwb_factory_smt.so", orba::cli::PathUse::kRead, false}},
+      return orba::cli::FailPaths(
+          reply, {{"/vendor/lib64/libuwb_factory_smt.so", orba::cli::PathUse::kRead, false}},
           "uwb %s: cannot load /vendor/lib64/libuwb_factory_smt.so", what);
     }
     if (!initialised_) {
@@ -53,7 +53,8 @@ bool ParseBytes(orba::cli::Reply& reply, const Args& args, size_t count, uint8_t
     long v = 0;
     if (!orba::cli::ParseInt(reply, args[i], "parameter", &v)) return false;
     if (v < 0 || v > 255) {
-      orba::cli::Error(reply, orba::cli::kUsage, "uwb: parameter '%s' is not a byte", args[i].c_str());
+      orba::cli::Error(reply, orba::cli::kUsage, "uwb: parameter '%s' is not a byte",
+                       args[i].c_str());
       return false;
     }
     out[i] = static_cast<uint8_t>(v);
@@ -92,10 +93,12 @@ int Init(const Args&, orba::cli::Reply& reply) {
   return orba::cli::kOk;
 }
 
-int Receive(orba::cli::Reply& reply, const char* what, bool defaults, const uint8_t* params, long seconds) {
+int Receive(orba::cli::Reply& reply, const char* what, bool defaults, const uint8_t* params,
+            long seconds) {
   Session session;
   if (int err = session.Check(reply, what)) return err;
-  int ret = defaults ? orba_uci_hal_set_rx_test_default_param() : uwb_set_rx_param(params[0], params[1]);
+  int ret =
+      defaults ? orba_uci_hal_set_rx_test_default_param() : uwb_set_rx_param(params[0], params[1]);
   if (ret != 0) return orba::cli::Fail(reply, "uwb %s: parameters refused", what);
   if (orba_uci_hal_start_rx_test() != 0) {
     return orba::cli::Fail(reply, "uwb %s: the receive test did not start", what);
@@ -110,7 +113,8 @@ int Receive(orba::cli::Reply& reply, const char* what, bool defaults, const uint
   return orba::cli::kOk;
 }
 
-int Transmit(orba::cli::Reply& reply, const char* what, bool defaults, const uint8_t* params, long seconds) {
+int Transmit(orba::cli::Reply& reply, const char* what, bool defaults, const uint8_t* params,
+             long seconds) {
   Session session;
   if (int err = session.Check(reply, what)) return err;
   int ret = defaults ? orba_uci_hal_set_tx_test_default_param()
@@ -131,14 +135,18 @@ int Transmit(orba::cli::Reply& reply, const char* what, bool defaults, const uin
 int Rx(const Args& args, orba::cli::Reply& reply) {
   uint8_t params[2];
   long seconds = 1;
-  if (!ParseBytes(reply, args, 2, params) || !ParseSeconds(reply, args, 2, &seconds)) return orba::cli::kUsage;
+  if (!ParseBytes(reply, args, 2, params) || !ParseSeconds(reply, args, 2, &seconds)) {
+    return orba::cli::kUsage;
+  }
   return Receive(reply, "rx", false, params, seconds);
 }
 
 int Tx(const Args& args, orba::cli::Reply& reply) {
   uint8_t params[5];
   long seconds = 1;
-  if (!ParseBytes(reply, args, 5, params) || !ParseSeconds(reply, args, 5, &seconds)) return orba::cli::kUsage;
+  if (!ParseBytes(reply, args, 5, params) || !ParseSeconds(reply, args, 5, &seconds)) {
+    return orba::cli::kUsage;
+  }
   return Transmit(reply, "tx", false, params, seconds);
 }
 
@@ -156,7 +164,9 @@ int StartTx(const Args& args, orba::cli::Reply& reply) {
 
 int CalStore(const Args& args, orba::cli::Reply& reply) {
   long arg = 0;
-  if (args.size() > 1 && !orba::cli::ParseInt(reply, args[1], "argument", &arg)) return orba::cli::kUsage;
+  if (args.size() > 1 && !orba::cli::ParseInt(reply, args[1], "argument", &arg)) {
+    return orba::cli::kUsage;
+  }
   int ret;
   if (args[0] == "all") {
     ret = Uwb_WriteAllCalDataToPersist(static_cast<uint64_t>(arg));
@@ -167,8 +177,8 @@ int CalStore(const Args& args, orba::cli::Reply& reply) {
                             args[0].c_str());
   }
   if (ret != 0) {
-    return orba::cli::Error(reply, orba::cli::kFailed,
-                            "uwb cal-store %s failed (%d)%s", args[0].c_str(), ret,
+    return orba::cli::Error(reply, orba::cli::kFailed, "uwb cal-store %s failed (%d)%s",
+                            args[0].c_str(), ret,
                             ret == -1 ? ": is libuwbrwpersist.so in the device's /vendor/lib64? "
                                         "(orbafactory-sim init installs it)"
                                       : "");
@@ -197,13 +207,15 @@ const orba::cli::Family kUwb{
          "transmit test with these parameters (bytes, 0 to 255) for SECONDS (0 to 600, default "
          "1); answers done",
          5, 6, Tx, "uwb tx 9 1 0 10 1 1"},
-        {"start-rx", "[SECONDS]", "receive test with the library's defaults; answers the "
-         "notification's counters", 0, 1, StartRx, "uwb start-rx 1"},
-        {"start-tx", "[SECONDS]", "transmit test with the library's defaults; answers done", 0,
-         1, StartTx, "uwb start-tx 1"},
+        {"start-rx", "[SECONDS]",
+         "receive test with the library's defaults; answers the "
+         "notification's counters",
+         0, 1, StartRx, "uwb start-rx 1"},
+        {"start-tx", "[SECONDS]", "transmit test with the library's defaults; answers done", 0, 1,
+         StartTx, "uwb start-tx 1"},
         {"cal-store", "all|smt [ARG]",
-         "store all calibration data or the SMT part, and set the UWB properties", 1, 2,
-         CalStore, "uwb cal-store all", CalibrationSets},
+         "store all calibration data or the SMT part, and set the UWB properties", 1, 2, CalStore,
+         "uwb cal-store all", CalibrationSets},
     }};
 orba::cli::Registrar registrar(kUwb);
 
