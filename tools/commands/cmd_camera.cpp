@@ -575,14 +575,6 @@ std::vector<std::string> FluencyTurns(size_t index) {
   return {"negatively", "positively", "max_pos_to_back_camera", "rotate_to_appointted_angle"};
 }
 
-// The module types the library keeps identity data for.
-std::vector<std::string> ModuleTypes(size_t index) {
-  if (index != 0) return {};
-  return {"rear_camera_main",  "rear_camera_wide", "rear_camera_sub",      "rear_camera_rtb",
-          "rear_camera_tele",  "rear_camera_peri", "front_camera_main",    "front_camera_rtb",
-          "front_camera_wide", "front_camera_sub", "front_camera_aux-main"};
-}
-
 std::vector<std::string> ServiceActions(size_t index) {
   if (index != 0) return {};
   return {"start", "stop"};
@@ -645,13 +637,11 @@ const orba::cli::Family kCamera{
          "rotation speed test: answers pass or fail (exit 1 on fail)", 1, -1, Fluency,
          "camera fluency negatively", FluencyTurns},
         {"sn", "TYPE",
-         "a camera module's serial number, TYPE one of rear_camera_main, rear_camera_wide, "
-         "rear_camera_sub, rear_camera_rtb, rear_camera_tele, rear_camera_peri, "
-         "front_camera_main, front_camera_rtb, front_camera_wide, front_camera_sub, "
-         "front_camera_aux-main",
-         1, 1, Sn, "camera sn rear_camera_main", ModuleTypes},
+         "a camera module's serial number; TYPE is a module named in the device's camera_type "
+         "feature, as rear_camera_main or front_camera_main",
+         1, 1, Sn, "camera sn rear_camera_main"},
         {"material", "TYPE", "a camera module's material code (TYPE as for sn)", 1, 1, Material,
-         "camera material rear_camera_main", ModuleTypes},
+         "camera material rear_camera_main"},
         {"otp", "PROPERTY",
          "a module's OTP status from its property: good, or bad with the report (exit 1 when "
          "bad)",
