@@ -650,7 +650,7 @@ const orba::cli::Family kCamera{
          -1, At, "camera at 'AT+TQ_CCM_SINGLE=2,R,MAIN'"},
         {"send", "MESSAGE...",
          "send a request to the camera service and print the reply (exit 1 on error)", 1, -1,
-         CameraSend, "camera send eng_AT_camera#rear#main#open"},
+         CameraSend, "camera send eng_AT_camera#rear#main#open#1"},
         {"service", "start|stop", "start or stop the camera service; answers started or stopped", 1,
          1, Service, "camera service start", ServiceActions},
     }};
