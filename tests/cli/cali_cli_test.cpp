@@ -148,7 +148,7 @@ TEST_F(CaliCliTest, CalibrationAndLogFamilies) {
       {{"log", "clear"}, 0, "cleared\n"},
       {{"log", "ctrl", "1"}, 0, ""},
       {{"log", "ctrl", "banana"}, 2, ""},
-      {{"log", "status"}, 0, "stopped\n"},
+      {{"log", "status"}, 0, "false\n"},
   };
   RunSteps(steps);
   // The library's own report is the verdict's message.

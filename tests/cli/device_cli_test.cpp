@@ -27,7 +27,9 @@ TEST_F(DeviceCliTest, PropertiesThroughTheService) {
       {{"prop", "get", "persist.sys.station"}, 0, "7\n"},
       {{"prop", "set", "ro.orba.product.model", "X"}, 1, ""},  // read-only: reads back unchanged
       {{"prop", "set", "a.b", std::string(92, 'v')}, 2, ""},
-      {{"prop", "wait", "persist.sys.station", "7", "100"}, 0, "persist.sys.station=7\n"},
+      {{"prop", "wait", "persist.sys.station", "7", "100"},
+       0,
+       "property=persist.sys.station value=7\n"},
       {{"prop", "wait", "persist.sys.station", "8", "100"}, 1, ""},
       {{"prop", "wait", "persist.sys.station", "8", "soon"}, 2, ""},
   };
@@ -57,7 +59,8 @@ TEST_F(DeviceCliTest, FilesThroughTheService) {
   std::string md5 =
       RunProgram({"/bin/sh", "-c", "md5sum < '" + HostPath("/cache/recovery/r.txt") + "'"})
           .out.substr(0, 32);
-  EXPECT_EQ(Cli({"file", "md5", "/cache/recovery/r.txt"}).out, md5 + "  /cache/recovery/r.txt\n");
+  EXPECT_EQ(Cli({"file", "md5", "/cache/recovery/r.txt"}).out,
+            "path=/cache/recovery/r.txt md5=" + md5 + "\n");
 
   ASSERT_EQ(Cli({"file", "copy", "/cache/recovery/r.txt", "/data/local/tmp/c.txt"}).status, 0);
   EXPECT_EQ(ReadDeviceFile("/data/local/tmp/c.txt"), "line one\nline two\n");

@@ -96,9 +96,10 @@ TEST_F(FactoryDataCliTest, CopyAndToolCommands) {
                   "delay_time0 = 250\ncommand1 = AT+B\nresponse1 = OK\\\\DONE\n");
   auto a = Cli({"toolcmd", "AT+A"});
   EXPECT_EQ(a.status, 0) << a.err;
-  EXPECT_EQ(a.out, "command=AT+A\ndelay_time=250\nresponse=\n");
+  EXPECT_EQ(a.out, "command=AT+A delay_time=250 response=\"\"\n");
   auto b = Cli({"toolcmd", "AT+B"});
-  EXPECT_EQ(b.out, "command=AT+B\ndelay_time=0\nresponse=OK\\r\\nDONE\\r\\n\n");
+  // The response's own line ends, escaped in the quoted value.
+  EXPECT_EQ(b.out, "command=AT+B delay_time=0 response=\"OK\\x0d\\nDONE\\x0d\\n\"\n");
   EXPECT_EQ(Cli({"toolcmd", "AT+NONE"}).status, 1);
 }
 

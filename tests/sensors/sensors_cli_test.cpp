@@ -42,7 +42,7 @@ TEST_F(SensorsCliTest, LaserFrozenCheckTellsLiveFromFrozen) {
 TEST_F(SensorsCliTest, LaserReadingsAndCalibrations) {
   ProgramResult read = Cli({"laser", "read-once"});
   EXPECT_EQ(read.status, 0) << read.err;
-  EXPECT_EQ(read.out, "distance 336 mm, confidence 42\n");
+  EXPECT_EQ(read.out, "distance_mm=336 confidence=42\n");
   // One process holds the object from enable to get_result; alone, get_result has nothing.
   ProgramResult alone = Cli({"laser", "clock-cali", "get_result"});
   EXPECT_EQ(alone.status, 1);
@@ -61,8 +61,8 @@ TEST_F(SensorsCliTest, UwbReceiveTestPrintsTheNotification) {
             0);
   ProgramResult r = Cli({"uwb", "rx", "9", "1", "1"});
   EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_NE(r.out.find("attempts 100\n"), std::string::npos) << r.out;
-  EXPECT_NE(r.out.find("sfd_found 94\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find(" attempts=100 "), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find(" sfd_found=94 "), std::string::npos) << r.out;
   ProgramResult refused = Cli({"uwb", "rx", "300", "1"});
   EXPECT_EQ(refused.status, 2);
 }

@@ -6,6 +6,9 @@
 
 #include <orbafactory/sensors.h>
 
+#include <string>
+#include <vector>
+
 #include "command.h"
 
 namespace {
@@ -23,7 +26,8 @@ int Store(const Args& args, orba::cli::Reply& reply) {
                             type == 0 ? 16 : 18);
   }
   if (ret != 7) {
-    return orba::cli::Fail(reply, "als store: the factory record could not be read or written (%d)", ret);
+    return orba::cli::Fail(reply, "als store: the factory record could not be read or written (%d)",
+                           ret);
   }
   const char* prefix = type == 0 ? "persist.sys.metal_data" : "persist.sys.mscct.metal_data";
   for (const char* channel : {"c", "r", "g", "b", "w"}) {
@@ -31,9 +35,14 @@ int Store(const Args& args, orba::cli::Reply& reply) {
     snprintf(name, sizeof(name), "%s.%s", prefix, channel);
     char value[PROPERTY_VALUE_MAX] = {};
     property_get(name, value, "");
-    reply.Stream(orba::cli::Format("%s = %s\n", name, value));
+    reply.Answer({{"property", name}, {"value", value}});
   }
   return orba::cli::kOk;
+}
+
+std::vector<std::string> Types(size_t index) {
+  if (index == 0) return {"0", "1"};
+  return {};
 }
 
 const orba::cli::Family kAls{
@@ -41,9 +50,9 @@ const orba::cli::Family kAls{
     "ambient-light colour calibration values",
     {
         {"store", "TYPE LINE",
-         "parse the station's line (TYPE 0: ordinary sensor, else mscct) into the record and "
-         "properties",
-         2, 2, Store},
+         "parse the station's line (TYPE 0: ordinary sensor, 1: mscct) into the record and "
+         "properties; one answer per published property (channels c, r, g, b, w)",
+         2, 2, Store, "als store 0 'AT+ALSCALI=0000,812.5;402;388;221;1030'", Types},
     }};
 orba::cli::Registrar registrar(kAls);
 

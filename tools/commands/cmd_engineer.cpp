@@ -4,10 +4,12 @@
 #include <string.h>
 
 #include <string>
+#include <vector>
 
 #include <orbafactory/engineer.h>
 
 #include "command.h"
+#include "words.h"
 
 namespace {
 
@@ -15,27 +17,23 @@ using orba::cli::Args;
 using orba::cli::kFailed;
 using orba::cli::kOk;
 
-std::string Join(const Args& words, size_t from) {
-  std::string out;
-  for (size_t i = from; i < words.size(); ++i) out += (out.empty() ? "" : " ") + words[i];
-  return out;
-}
-
 const char* Arg(const Args& args, size_t i) { return i < args.size() ? args[i].c_str() : ""; }
 
 // The app answers "error" to a request it could not carry out; that is the step failing.
 int PrintReply(orba::cli::Reply& reply, const char* what, const char* answer) {
   if (answer == nullptr) return orba::cli::Fail(reply, "%s: no reply", what);
-  reply.Stream(orba::cli::Format("%s\n", answer));
+  reply.Answer({{"reply", answer}});
   if (strcmp(answer, "error") == 0) {
     return orba::cli::Error(reply, kFailed, "%s: the engineer-mode app answered error", what);
   }
   return kOk;
 }
 
-int Send(const Args& args, orba::cli::Reply& reply) { return PrintReply(reply, "em send", sendMessage(Join(args, 0).c_str())); }
+int Send(const Args& args, orba::cli::Reply& reply) {
+  return PrintReply(reply, "em send", sendMessage(orba::cli::Join(args, 0).c_str()));
+}
 int UserSend(const Args& args, orba::cli::Reply& reply) {
-  return PrintReply(reply, "em user-send", sendUserMessage(Join(args, 0).c_str()));
+  return PrintReply(reply, "em user-send", sendUserMessage(orba::cli::Join(args, 0).c_str()));
 }
 
 // The app actions by the names stations use, each with up to three arguments.
@@ -56,7 +54,7 @@ int RunAction(const Args& args, orba::cli::Reply& reply) {
     if (!a.run(Arg(args, 1), Arg(args, 2), Arg(args, 3))) {
       return orba::cli::Fail(reply, "em action %s: refused or no engineer-mode service", a.name);
     }
-    reply.Stream(orba::cli::Format("ok\n"));
+    reply.Answer({{"state", "done"}});
     return kOk;
   }
   std::string names;
@@ -67,29 +65,51 @@ int RunAction(const Args& args, orba::cli::Reply& reply) {
 
 int Running(const Args& args, orba::cli::Reply& reply) {
   bool running = isServiceWork(args[0].c_str());
-  reply.Stream(orba::cli::Format("%s\n", running ? "running" : "not running"));
+  reply.Answer({{"running", running}});
   return running ? kOk : kFailed;
 }
 
 int Edition(const Args& args, orba::cli::Reply& reply) {
   bool ready = OrbaEmcheckCallback(args[0].c_str());
-  reply.Stream(orba::cli::Format("%s\n", ready ? "ready" : "not ready"));
+  reply.Answer({{"ready", ready}});
   return ready ? kOk : kFailed;
+}
+
+std::vector<std::string> ActionNames(size_t index) {
+  if (index != 0) return {};
+  std::vector<std::string> names;
+  for (const Action& a : kActions) names.emplace_back(a.name);
+  return names;
+}
+
+// The tags the engineer-mode editions register their message callbacks under.
+std::vector<std::string> EditionTags(size_t index) {
+  if (index != 0) return {};
+  return {"EngineerMode", "userEngineerMode", "aftersaleEngineerMode"};
 }
 
 const orba::cli::Family kEm{
     "em",
     "the engineer-mode apps: messages and actions",
     {
-        {"send", "MESSAGE...", "send a request to the running engineer-mode edition (exit 1 when it answers error)", 1, -1,
-         Send},
-        {"user-send", "MESSAGE...", "send a request to the user edition (exit 1 on error)", 1, -1,
-         UserSend},
+        {"send", "MESSAGE...",
+         "send a request to the running engineer-mode edition and print its reply (exit 1 when "
+         "it answers error)",
+         1, -1, Send, "em send get_lcm_refreshrate max"},
+        {"user-send", "MESSAGE...",
+         "send a request to the user edition and print its reply (exit 1 when it answers error)", 1,
+         -1, UserSend, "em user-send get_lcm_refreshrate current"},
         {"action", "ACTION [COMPONENT [ARG [ARG]]]",
-         "start-activity|stop-activity|start-service|stop-service|broadcast", 1, 4, RunAction},
-        {"running", "SERVICE_CLASS", "whether an app service runs (exit 1 when not)", 1, 1,
-         Running},
-        {"edition", "TAG", "whether an edition's app answers (exit 1 when not)", 1, 1, Edition},
+         "ask the engineer-mode service to start-activity, stop-activity, start-service, "
+         "stop-service or broadcast; answers done",
+         1, 4, RunAction, "em action start-service com.orba.engineermode/.FactoryTestService",
+         ActionNames},
+        {"running", "SERVICE_CLASS", "whether an app service runs: true or false (exit 1 when not)",
+         1, 1, Running, "em running com.xole.engineermode.socketcommand.SocketReceiverService"},
+        {"edition", "TAG",
+         "whether an edition's app answers, TAG one of EngineerMode, userEngineerMode, "
+         "aftersaleEngineerMode: true or false (exit 1 when not)",
+         1, 1, Edition, "em edition EngineerMode", EditionTags},
     }};
 orba::cli::Registrar em_registrar(kEm);
 

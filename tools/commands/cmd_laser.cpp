@@ -8,29 +8,42 @@
 #include <unistd.h>
 
 #include <string>
+#include <vector>
 
 #include <cutils/properties.h>
 
 #include <orbafactory/sensors.h>
 
 #include "command.h"
+#include "words.h"
 
 namespace {
 
 using orba::cli::Args;
 
+// The library's readings are decimal texts; an answer carries them as numbers.
+void AnswerMeasurement(orba::cli::Reply& reply, const char* distance, const char* confidence) {
+  reply.Answer({{"distance_mm", orba::cli::IntegerOrText(distance)},
+                {"confidence", orba::cli::IntegerOrText(confidence)}});
+}
+
+void AnswerCrosstalk(orba::cli::Reply& reply, const char* photon, const char* bin) {
+  reply.Answer(
+      {{"photon_num", orba::cli::IntegerOrText(photon)}, {"bin", orba::cli::IntegerOrText(bin)}});
+}
+
 int Open(const Args&, orba::cli::Reply& reply) {
   if (on_off_laser_TMF8801(true) != 1) {
     return orba::cli::Fail(reply, "laser open: the sensor library refused");
   }
-  reply.Stream(orba::cli::Format("open: success\n"));
+  reply.Answer({{"state", "opened"}});
   on_off_laser_TMF8801(false);
   return orba::cli::kOk;
 }
 
 int Close(const Args&, orba::cli::Reply& reply) {
   on_off_laser_TMF8801(false);
-  reply.Stream(orba::cli::Format("close: started\n"));
+  reply.Answer({{"state", "closing"}});
   return orba::cli::kOk;
 }
 
@@ -44,7 +57,7 @@ int Read(const Args&, orba::cli::Reply& reply) {
             get_laser_data_TMF8801(confidence, "confidence") == 1;
   on_off_laser_TMF8801(false);
   if (!ok) return orba::cli::Fail(reply, "laser read: no measurement");
-  reply.Stream(orba::cli::Format("distance %s mm, confidence %s\n", distance, confidence));
+  AnswerMeasurement(reply, distance, confidence);
   return orba::cli::kOk;
 }
 
@@ -52,9 +65,10 @@ int ReadOnce(const Args&, orba::cli::Reply& reply) {
   char distance[16] = {};
   char confidence[16] = {};
   if (get_laser_data_TMF8801_sync(distance, confidence) != 1) {
-    return orba::cli::Error(reply, orba::cli::kFailed, "laser read-once: no measurement within 3 s");
+    return orba::cli::Error(reply, orba::cli::kFailed,
+                            "laser read-once: no measurement within 3 s");
   }
-  reply.Stream(orba::cli::Format("distance %s mm, confidence %s\n", distance, confidence));
+  AnswerMeasurement(reply, distance, confidence);
   return orba::cli::kOk;
 }
 
@@ -66,13 +80,12 @@ int ClockCali(const Args& args, orba::cli::Reply& reply) {
                               step.c_str());
     }
     int ret = clock_cali_TMF8801(step.c_str());
-    reply.Stream(orba::cli::Format("%s: %d\n", step.c_str(), ret));
+    reply.Answer({{"step", step}, {"result", ret}});
     int expected = step == "enable" ? 0 : 2;
     if (ret != expected) {
-      return orba::cli::Error(reply, orba::cli::kFailed, "laser clock-cali %s failed (%d)%s",
-                              step.c_str(), ret,
-                              ret == -2 && args.size() == 1 ? ": run 'enable get_result' together"
-                                                            : "");
+      return orba::cli::Error(
+          reply, orba::cli::kFailed, "laser clock-cali %s failed (%d)%s", step.c_str(), ret,
+          ret == -2 && args.size() == 1 ? ": run 'enable get_result' together" : "");
     }
   }
   return orba::cli::kOk;
@@ -84,9 +97,10 @@ int XtalkCali(const Args&, orba::cli::Reply& reply) {
   char msg[128] = {};
   int ret = crosstalk_cali_TMF8801(photon, bin, msg);
   if (ret != 0) {
-    return orba::cli::Error(reply, orba::cli::kFailed, "laser xtalk-cali failed (%d): %s", ret, msg);
+    return orba::cli::Error(reply, orba::cli::kFailed, "laser xtalk-cali failed (%d): %s", ret,
+                            msg);
   }
-  reply.Stream(orba::cli::Format("crosstalk calibrated: photon_num %s, bin %s\n", photon, bin));
+  AnswerCrosstalk(reply, photon, bin);
   return orba::cli::kOk;
 }
 
@@ -96,13 +110,14 @@ int Xtalk(const Args&, orba::cli::Reply& reply) {
   if (get_crosstalk_value_TMF8801(photon, bin) != 1) {
     return orba::cli::Error(reply, orba::cli::kFailed, "laser xtalk: no crosstalk result");
   }
-  reply.Stream(orba::cli::Format("photon_num %s, bin %s\n", photon, bin));
+  AnswerCrosstalk(reply, photon, bin);
   return orba::cli::kOk;
 }
 
 int Firmware(const Args&, orba::cli::Reply& reply) {
   load_firmware_TMF8801();
-  reply.Stream(orba::cli::Format("firmware download requested (the sensor library's result is in the log, -v)\n"));
+  reply.Note("the sensor library's result is in the log (-v)");
+  reply.Answer({{"state", "requested"}});
   return orba::cli::kOk;
 }
 
@@ -130,31 +145,48 @@ int DetectFrozen(const Args& args, orba::cli::Reply& reply) {
   for (long waited = 0; waited < (seconds + 5) * 10; ++waited) {
     property_get(kVerdict, verdict, "");
     if (strcmp(verdict, "success") == 0 || strcmp(verdict, "failed") == 0) break;
-    if (waited % 10 == 9) fprintf(stderr, "laser detect: %lds...\n", (waited + 1) / 10);
+    if (waited % 10 == 9 && reply.Interactive()) {
+      reply.Note(orba::cli::Format("laser detect: %lds...", (waited + 1) / 10));
+    }
     usleep(100 * 1000);
   }
-  reply.Stream(orba::cli::Format("%s\n", verdict[0] != '\0' ? verdict : "no verdict"));
+  reply.Answer({{"result", verdict[0] != '\0' ? verdict : "none"}});
   usleep(100 * 1000);  // lets the closing thread reach the sensor library before exit
   return strcmp(verdict, "success") == 0 ? orba::cli::kOk : orba::cli::kFailed;
+}
+
+std::vector<std::string> ClockSteps(size_t index) {
+  if (index > 1) return {};
+  return {"enable", "get_result"};
 }
 
 const orba::cli::Family kLaser{
     "laser",
     "the TMF8801 laser ranging sensor",
     {
-        {"open", "", "open the sensor (closed again when the command ends)", 0, 0, Open},
-        {"close", "", "start closing the sensor", 0, 0, Close},
-        {"read", "", "open, read distance and confidence, close", 0, 0, Read},
+        {"open", "", "open the sensor (closed again when the command ends); answers opened", 0, 0,
+         Open, "laser open"},
+        {"close", "", "start closing the sensor; answers closing", 0, 0, Close, "laser close"},
+        {"read", "", "open, read distance (mm) and confidence, close", 0, 0, Read, "laser read"},
         {"read-once", "", "one measurement on a sensor opened for it (3 s deadline)", 0, 0,
-         ReadOnce},
+         ReadOnce, "laser read-once"},
         {"clock-cali", "[enable] [get_result]",
-         "clock trim; both steps by default, recorded in the record, registry and properties", 0,
-         2, ClockCali},
-        {"xtalk-cali", "", "crosstalk calibration, recorded like the clock's", 0, 0, XtalkCali},
-        {"xtalk", "", "the last crosstalk result (photon count and bin)", 0, 0, Xtalk},
-        {"firmware", "", "download the sensor firmware", 0, 0, Firmware},
-        {"detect", "SECONDS", "frozen-data check for SECONDS; prints success or failed", 1, 1,
-         DetectFrozen},
+         "clock trim, one answer per step with the library's result (enable 0, get_result 2 "
+         "when it worked); both steps by default, recorded in the record, registry and "
+         "properties",
+         0, 2, ClockCali, "laser clock-cali enable get_result", ClockSteps},
+        {"xtalk-cali", "",
+         "crosstalk calibration, recorded like the clock's; answers the photon "
+         "count and bin",
+         0, 0, XtalkCali, "laser xtalk-cali"},
+        {"xtalk", "", "the last crosstalk result (photon count and bin)", 0, 0, Xtalk,
+         "laser xtalk"},
+        {"firmware", "", "download the sensor firmware; answers requested", 0, 0, Firmware,
+         "laser firmware"},
+        {"detect", "SECONDS",
+         "frozen-data check for SECONDS (0 to 3600); answers success, failed or none (no "
+         "verdict), exit 1 unless success",
+         1, 1, DetectFrozen, "laser detect 1"},
     }};
 orba::cli::Registrar registrar(kLaser);
 

@@ -26,7 +26,8 @@ long SizeOf(const char* device_path) {
 
 int Start(const Args& args, orba::cli::Reply& reply) {
   long seconds = 0;
-  if (!args.empty() && !orba::cli::ParseIntIn(reply, args[0], "log start SECONDS", 1, 86400, &seconds)) {
+  if (!args.empty() &&
+      !orba::cli::ParseIntIn(reply, args[0], "log start SECONDS", 1, 86400, &seconds)) {
     return orba::cli::kUsage;
   }
   // The capture threads live in this process, so it stays until interrupted or for SECONDS.
@@ -34,9 +35,9 @@ int Start(const Args& args, orba::cli::Reply& reply) {
   if (open_factory_log() != 0) {
     return orba::cli::Fail(reply, "log start: capture threads not started");
   }
-  const bool progress = isatty(STDERR_FILENO);
-  fprintf(stderr, "capturing into %s and %s; %s\n", kAdbLog, kKernelLog,
-          seconds > 0 ? "stops after the given time" : "Ctrl-C stops");
+  const bool progress = reply.Interactive();
+  reply.Note(orba::cli::Format("capturing into %s and %s; %s", kAdbLog, kKernelLog,
+                               seconds > 0 ? "stops after the given time" : "Ctrl-C stops"));
   const time_t end = seconds > 0 ? time(nullptr) + seconds : 0;
   for (;;) {
     if (stop.Wait(std::chrono::seconds(1))) break;
@@ -47,7 +48,8 @@ int Start(const Args& args, orba::cli::Reply& reply) {
     if (end != 0 && time(nullptr) >= end) break;
   }
   if (progress) fputc('\n', stderr);
-  reply.Stream(orba::cli::Format("%s %ld\n%s %ld\n", kAdbLog, SizeOf(kAdbLog), kKernelLog, SizeOf(kKernelLog)));
+  for (const char* log : {kAdbLog, kKernelLog})
+    reply.Answer({{"path", log}, {"size", SizeOf(log)}});
   return orba::cli::kOk;
 }
 
@@ -57,7 +59,7 @@ int Clear(const Args& args, orba::cli::Reply& reply) {
     return orba::cli::FailPaths(reply, {{dir, orba::cli::PathUse::kDirectory, false}},
                                 "log clear: files still exist in %s", dir.c_str());
   }
-  reply.Stream(orba::cli::Format("cleared\n"));
+  reply.Answer({{"state", "cleared"}});
   return orba::cli::kOk;
 }
 
@@ -68,7 +70,7 @@ int Ctrl(const Args& args, orba::cli::Reply& reply) {
   // A start is skipped while the log app already runs; a stop always goes out.
   int running = type > 0 ? is_orbalog_running() : 0;
   if (running) {
-    reply.Stream(orba::cli::Format("already running\n"));
+    reply.Answer({{"state", "running"}});
     return orba::cli::kOk;
   }
   return control_orba_Log(running, type) ? orba::cli::kOk : orba::cli::kFailed;
@@ -81,7 +83,7 @@ int Exception(const Args& args, orba::cli::Reply& reply) {
 }
 
 int Status(const Args&, orba::cli::Reply& reply) {
-  reply.Stream(orba::cli::Format("%s\n", is_orbalog_running() ? "running" : "stopped"));
+  reply.Answer({{"running", is_orbalog_running() != 0}});
   return orba::cli::kOk;
 }
 
@@ -89,14 +91,23 @@ const orba::cli::Family kLog{
     "log",
     "factory log capture and the log-collection apps",
     {
-        {"start", "[SECONDS]", "capture logcat and the kernel log until Ctrl-C (or SECONDS)", 0,
-         1, Start},
-        {"clear", "[DIR]", "remove the capture files (DIR other than /data/vendor/engineermode: "
-                           "the cache logs)", 0, 1, Clear},
-        {"ctrl", "TYPE|clear", "start log TYPE in the log apps (0 stops them; clear empties them)",
-         1, 1, Ctrl},
-        {"exception", "TYPE", "start the exception log of TYPE", 1, 1, Exception},
-        {"status", "", "whether the log app is collecting", 0, 0, Status},
+        {"start", "[SECONDS]",
+         "capture logcat and the kernel log until Ctrl-C (or SECONDS, 1 to 86400); answers each "
+         "capture file's path and size",
+         0, 1, Start, "log start 10"},
+        {"clear", "[DIR]",
+         "remove the capture files (DIR other than /data/vendor/engineermode: the cache logs); "
+         "answers cleared",
+         0, 1, Clear, "log clear"},
+        {"ctrl", "TYPE|clear",
+         "start log TYPE in the log apps (0 stops them; a positive TYPE is the log app's log "
+         "type, 1 and 7 also start the platform logger; clear empties them); answers running "
+         "when a start finds them collecting",
+         1, 1, Ctrl, "log ctrl 1"},
+        {"exception", "TYPE", "start the exception log of TYPE (the log app's exception type)", 1,
+         1, Exception, "log exception 1"},
+        {"status", "", "whether the log app is collecting: true or false", 0, 0, Status,
+         "log status"},
     }};
 orba::cli::Registrar registrar(kLog);
 

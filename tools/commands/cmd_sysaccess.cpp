@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <orbafactory/sysaccess.h>
@@ -34,7 +35,7 @@ int PropGet(const Args& args, orba::cli::Reply& reply) {
   if (orbaatcmd_get_system_property(args[0].c_str(), value, fallback) != 0) {
     return orba::cli::Fail(reply, "prop get: cannot read %s", args[0].c_str());
   }
-  reply.Stream(orba::cli::Format("%s\n", value));
+  reply.Answer({{"value", value}});
   return kOk;
 }
 
@@ -63,7 +64,7 @@ int PropWait(const Args& args, orba::cli::Reply& reply) {
     return orba::cli::Error(reply, kFailed, "prop wait: %s did not become '%s' within %ld ms",
                             args[0].c_str(), args[1].c_str(), timeout_ms);
   }
-  reply.Stream(orba::cli::Format("%s=%s\n", args[0].c_str(), args[1].c_str()));
+  reply.Answer({{"property", args[0]}, {"value", args[1]}});
   return kOk;
 }
 
@@ -72,13 +73,13 @@ int PropWait(const Args& args, orba::cli::Reply& reply) {
 int FileRead(const Args& args, orba::cli::Reply& reply) {
   int size = orbaatcmd_sizeof_system_file(args[0].c_str());
   if (size < 0) {
-    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}}, "file read: cannot reach %s",
-                                args[0].c_str());
+    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}},
+                                "file read: cannot reach %s", args[0].c_str());
   }
   std::vector<char> text(static_cast<size_t>(size) + 1, '\0');
   if (size > 0 && orbaatcmd_fread_system_file(args[0].c_str(), text.data(), size) != 0) {
-    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}}, "file read: cannot read %s",
-                                args[0].c_str());
+    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}},
+                                "file read: cannot read %s", args[0].c_str());
   }
   reply.Stream(text.data());
   return kOk;
@@ -90,19 +91,23 @@ int WriteWith(orba::cli::Reply& reply, const Args& args, const char* mode, const
     return orba::cli::Error(reply, kFailed, "%s: cannot read standard input", what);
   }
   if (orbaatcmd_fwrite_system_file(args[0].c_str(), mode, data.c_str()) < 0) {
-    return orba::cli::FailPaths(reply, {{args[0], PathUse::kWrite, false}}, "%s: cannot write %s", what,
-                                args[0].c_str());
+    return orba::cli::FailPaths(reply, {{args[0], PathUse::kWrite, false}}, "%s: cannot write %s",
+                                what, args[0].c_str());
   }
   return kOk;
 }
 
-int FileWrite(const Args& args, orba::cli::Reply& reply) { return WriteWith(reply, args, "w", "file write"); }
-int FileAppend(const Args& args, orba::cli::Reply& reply) { return WriteWith(reply, args, "a", "file append"); }
+int FileWrite(const Args& args, orba::cli::Reply& reply) {
+  return WriteWith(reply, args, "w", "file write");
+}
+int FileAppend(const Args& args, orba::cli::Reply& reply) {
+  return WriteWith(reply, args, "a", "file append");
+}
 
 int FileCopy(const Args& args, orba::cli::Reply& reply) {
   if (orbaatcmd_copy_file(args[0].c_str(), args[1].c_str()) != 0) {
-    return orba::cli::FailPaths(reply, 
-        {{args[0], PathUse::kRead, false}, {args[1], PathUse::kWrite, false}},
+    return orba::cli::FailPaths(
+        reply, {{args[0], PathUse::kRead, false}, {args[1], PathUse::kWrite, false}},
         "file copy: %s -> %s failed", args[0].c_str(), args[1].c_str());
   }
   return kOk;
@@ -119,21 +124,22 @@ int FileRemove(const Args& args, orba::cli::Reply& reply) {
 int FileMd5(const Args& args, orba::cli::Reply& reply) {
   unsigned char digest[16] = {};
   if (orbaatcmd_md5_system_file(args[0].c_str(), digest) != 0) {
-    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}}, "file md5: no digest for %s",
-                                args[0].c_str());
+    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}},
+                                "file md5: no digest for %s", args[0].c_str());
   }
-  for (unsigned char b : digest) reply.Stream(orba::cli::Format("%02x", b));
-  reply.Stream(orba::cli::Format("  %s\n", args[0].c_str()));
+  std::string hex;
+  for (unsigned char b : digest) hex += orba::cli::Format("%02x", b);
+  reply.Answer({{"path", args[0]}, {"md5", hex}});
   return kOk;
 }
 
 int FileSize(const Args& args, orba::cli::Reply& reply) {
   int size = orbaatcmd_sizeof_system_file(args[0].c_str());
   if (size < 0) {
-    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}}, "file size: cannot reach %s",
-                                args[0].c_str());
+    return orba::cli::FailPaths(reply, {{args[0], PathUse::kRead, false}},
+                                "file size: cannot reach %s", args[0].c_str());
   }
-  reply.Stream(orba::cli::Format("%d\n", size));
+  reply.Answer({{"size", size}});
   return kOk;
 }
 
@@ -171,9 +177,11 @@ int Exec(const Args& in, orba::cli::Reply& reply) {
   long limit = 0;  // no limit: timeout(1) takes 0 as none
   if (!args.empty() && args[0] == "--timeout") {
     if (args.size() < 3) {
-      return orba::cli::Error(reply, kUsage, "usage: orbafactory exec [--timeout SECONDS] COMMAND [ARG...]");
+      return orba::cli::Error(reply, kUsage,
+                              "usage: orbafactory exec [--timeout SECONDS] COMMAND [ARG...]");
     }
-    if (!orba::cli::ParseIntIn(reply, args[1], "exec --timeout SECONDS", 1, kExecMaxSeconds, &limit)) {
+    if (!orba::cli::ParseIntIn(reply, args[1], "exec --timeout SECONDS", 1, kExecMaxSeconds,
+                               &limit)) {
       return kUsage;
     }
     args.erase(args.begin(), args.begin() + 2);
@@ -203,13 +211,14 @@ int Exec(const Args& in, orba::cli::Reply& reply) {
   std::string text(out.data());
   const size_t at = text.rfind("\n" + marker + " ");
   if (at == std::string::npos) {
-    reply.Stream(text.c_str());
-    return orba::cli::Error(reply, kFailed, "exec: %s: no exit status came back (the device ended the "
+    reply.Stream(text);
+    return orba::cli::Error(reply, kFailed,
+                            "exec: %s: no exit status came back (the device ended the "
                             "command, or its output passed the service's %zu bytes)",
                             args[0].c_str(), kExecOutputMax);
   }
   const int status = atoi(text.c_str() + at + 1 + marker.size() + 1);
-  fwrite(text.data(), 1, at, stdout);
+  reply.Stream(std::string_view(text).substr(0, at));
   if (status == 124 && limit > 0) {
     orba::cli::Error(reply, status, "exec: %s did not finish within %ld s", args[0].c_str(), limit);
   } else if (status == 127) {
@@ -224,31 +233,44 @@ const orba::cli::Family kProp{
     "prop",
     "system properties through the AT-command service",
     {
-        {"get", "NAME [DEFAULT]", "print a property", 1, 2, PropGet},
-        {"set", "NAME VALUE", "set a property and check that it reads back", 2, 2, PropSet},
-        {"wait", "NAME VALUE [TIMEOUT_MS]", "wait until a property holds VALUE (default 5000 ms, at most an hour); exit 1 when it "
-         "did not",
-         2, 3, PropWait},
+        {"get", "NAME [DEFAULT]", "print a property's value (DEFAULT, else empty, when unset)", 1,
+         2, PropGet, "prop get ro.build.version.sdk"},
+        {"set", "NAME VALUE", "set a property and check that it reads back", 2, 2, PropSet,
+         "prop set persist.sys.station.step 1"},
+        {"wait", "NAME VALUE [TIMEOUT_MS]",
+         "wait until a property holds VALUE (default 5000 ms, at most an hour) and answer its "
+         "property and value; exit 1 when it did not",
+         2, 3, PropWait, "prop wait sys.boot_completed 1 3000"},
     }};
 const orba::cli::Family kFile{
     "file",
     "system files through the AT-command service",
     {
-        {"read", "PATH", "print a text file", 1, 1, FileRead},
-        {"write", "PATH TEXT|-", "replace a file with TEXT (or standard input)", 2, 2, FileWrite},
-        {"append", "PATH TEXT|-", "append TEXT (or standard input) to a file", 2, 2, FileAppend},
-        {"copy", "SRC DST", "copy a file", 2, 2, FileCopy},
-        {"remove", "PATH", "remove a file", 1, 1, FileRemove},
-        {"md5", "PATH", "MD5 of a file, computed by the service", 1, 1, FileMd5},
-        {"size", "PATH", "size of a file in bytes", 1, 1, FileSize},
-        {"chmod", "PATH MODE", "change a file's mode (octal)", 2, 2, FileChmod},
+        {"read", "PATH", "print a text file", 1, 1, FileRead,
+         "file read /cache/recovery/station_result.txt"},
+        {"write", "PATH TEXT|-", "replace a file with TEXT (or standard input)", 2, 2, FileWrite,
+         "file write /cache/recovery/station_result.txt result=PASS"},
+        {"append", "PATH TEXT|-", "append TEXT (or standard input) to a file", 2, 2, FileAppend,
+         "file append /cache/recovery/station_result.txt station=3"},
+        {"copy", "SRC DST", "copy a file", 2, 2, FileCopy,
+         "file copy /cache/recovery/station_result.txt /data/local/tmp/station_result.txt"},
+        {"remove", "PATH", "remove a file", 1, 1, FileRemove,
+         "file remove /data/local/tmp/station_result.txt"},
+        {"md5", "PATH", "MD5 of a file, computed by the service: its path and md5", 1, 1, FileMd5,
+         "file md5 /cache/recovery/station_result.txt"},
+        {"size", "PATH", "size of a file in bytes", 1, 1, FileSize,
+         "file size /cache/recovery/station_result.txt"},
+        {"chmod", "PATH MODE", "change a file's mode (octal, 0 to 07777)", 2, 2, FileChmod,
+         "file chmod /cache/recovery/station_result.txt 0664"},
     }};
 const orba::cli::Family kExec{
     "exec",
     "run a shell command through the AT-command service",
     {{"", "[--timeout SECONDS] COMMAND [ARG...]",
       "run COMMAND with its arguments as given, with the service's rights; print its output and "
-      "exit with its exit status (124: did not finish within SECONDS)", 1, -1, Exec}}};
+      "exit with its exit status (124: did not finish within SECONDS, 1 to 86400; 127: no such "
+      "command)",
+      1, -1, Exec, "exec --timeout 10 getprop persist.sys.station.step"}}};
 orba::cli::Registrar prop_registrar(kProp);
 orba::cli::Registrar file_registrar(kFile);
 orba::cli::Registrar exec_registrar(kExec);

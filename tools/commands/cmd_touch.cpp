@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <vector>
 
 #include <android-base/file.h>
 #include <android-base/unique_fd.h>
@@ -60,15 +61,17 @@ int Test(const Args& args, orba::cli::Reply& reply) {
     if (args[0] == t.value) test = &t;
   }
   if (test == nullptr) {
-    return orba::cli::Error(reply, orba::cli::kUsage, "touch test: VALUE is one of 165..169, not '%s'",
-                            args[0].c_str());
+    return orba::cli::Error(reply, orba::cli::kUsage,
+                            "touch test: VALUE is one of 165..169, not '%s'", args[0].c_str());
   }
   long seconds = 2;
   long rate = 0;
-  if (args.size() > 1 && !orba::cli::ParseIntIn(reply, args[1], "touch test SECONDS", 0, 600, &seconds)) {
+  if (args.size() > 1 &&
+      !orba::cli::ParseIntIn(reply, args[1], "touch test SECONDS", 0, 600, &seconds)) {
     return orba::cli::kUsage;
   }
-  if (args.size() > 2 && !orba::cli::ParseIntIn(reply, args[2], "touch test RATE", 0, 1000, &rate)) {
+  if (args.size() > 2 &&
+      !orba::cli::ParseIntIn(reply, args[2], "touch test RATE", 0, 1000, &rate)) {
     return orba::cli::kUsage;
   }
   // The library switches the rate and its collecting thread puts it back once the driver has
@@ -87,22 +90,26 @@ int Test(const Args& args, orba::cli::Reply& reply) {
       const std::string request = "set_lcm_refreshrate " + before;
       sendMessage(request.c_str());
     }
-    if (ret >= -1) return orba::cli::Fail(reply, "touch test %s: not started (%d)", test->value, ret);
-    return orba::cli::Error(reply, orba::cli::kFailed, "touch test %s: not started (%d): %s", test->value,
-                            ret, strerror(-ret));
+    if (ret >= -1) {
+      return orba::cli::Fail(reply, "touch test %s: not started (%d)", test->value, ret);
+    }
+    return orba::cli::Error(reply, orba::cli::kFailed, "touch test %s: not started (%d): %s",
+                            test->value, ret, strerror(-ret));
   }
-  fprintf(stderr, "touch %s started; result in %ld s\n", test->what, seconds);
+  reply.Note(orba::cli::Format("touch %s started; result in %ld s", test->what, seconds));
   // The collecting thread replaces "testing" with the driver's answer, then restores the rate.
   std::string result;
   for (long waited = 0; waited < (seconds + 5) * 10; ++waited) {
     usleep(100 * 1000);
     result = ReadResult(test->result_file);
     if (!result.empty() && result != "testing") break;
-    if (waited % 10 == 9) fprintf(stderr, "touch: waiting %lds...\n", (waited + 1) / 10);
+    if (waited % 10 == 9 && reply.Interactive()) {
+      reply.Note(orba::cli::Format("touch: waiting %lds...", (waited + 1) / 10));
+    }
   }
   if (result.empty() || result == "testing") {
-    return orba::cli::Error(reply, orba::cli::kFailed, "touch test %s: no result in %s", test->value,
-                            test->result_file);
+    return orba::cli::Error(reply, orba::cli::kFailed, "touch test %s: no result in %s",
+                            test->value, test->result_file);
   }
   // The rate is put back just before the result is written; wait until the panel shows it.
   for (int i = 0; !before.empty() && CurrentRate() != before; ++i) {
@@ -113,12 +120,19 @@ int Test(const Args& args, orba::cli::Reply& reply) {
     }
     usleep(100 * 1000);
   }
-  reply.Stream(orba::cli::Format("%s\n", result.c_str()));
+  reply.Answer({{"result", result}});
   if (!IsPass(result)) {
-    return orba::cli::Error(reply, orba::cli::kFailed, "touch test %s: the driver's result is not a pass",
-                            test->value);
+    return orba::cli::Error(reply, orba::cli::kFailed,
+                            "touch test %s: the driver's result is not a pass", test->value);
   }
   return orba::cli::kOk;
+}
+
+std::vector<std::string> TestValues(size_t index) {
+  if (index != 0) return {};
+  std::vector<std::string> values;
+  for (const TouchTest& t : kTests) values.emplace_back(t.value);
+  return values;
 }
 
 const orba::cli::Family kTouch{
@@ -126,10 +140,12 @@ const orba::cli::Family kTouch{
     "touch-panel self-tests",
     {
         {"test", "VALUE [SECONDS] [RATE]",
-         "run test VALUE (165-169) at refresh RATE (0: the panel's maximum), wait SECONDS "
-         "(default 2) and print the driver's result; exit 0 only for a result that reads PASS, "
-         "with the refresh rate back where it was",
-         1, 3, Test},
+         "run test VALUE (165 calibration, 166 self-test, 167 calibration of the back panel, "
+         "168 self-test of the back panel, 169 special calibration) at refresh RATE (0 to 1000 "
+         "Hz, 0: the panel's maximum), wait SECONDS (0 to 600, default 2) and print the "
+         "driver's result; exit 0 only for a result that reads PASS, with the refresh rate back "
+         "where it was",
+         1, 3, Test, "touch test 166 2 60", TestValues},
     }};
 orba::cli::Registrar registrar(kTouch);
 
