@@ -177,8 +177,9 @@ void PrintFamilyHelp(FILE* out, const Family& family, size_t width) {
   }
   if (column == 0) column = 6;
   for (const Command& c : family.commands) {
-    std::string left = "  " + CommandLine(family, c);
-    if (left.size() + 2 > column) {
+    std::string left = "  " + Wrap(CommandLine(family, c), width, 2, 6);
+    left.pop_back();
+    if (left.find('\n') != std::string::npos || left.size() + 2 > column) {
       left += '\n' + std::string(column, ' ');
     } else {
       left.resize(column, ' ');

@@ -65,7 +65,8 @@ bool ParseCommandLine(int argc, char** argv, Invocation* inv, std::string* error
       case Take::kFlag:
         continue;
       case Take::kWithValue:
-        if (i + 1 >= argc) {
+        // A directory named like an option is far likelier an option whose value was left out.
+        if (i + 1 >= argc || argv[i + 1][0] == '-') {
           if (error->empty()) *error = word + " needs a value: " + word + " DIR";
           continue;
         }
