@@ -101,6 +101,13 @@ TEST_F(HelpTest, EveryFormOfCommandHelpAnswersOnStdout) {
     EXPECT_EQ(r.status, 0) << Joined(form);
     EXPECT_NE(r.out.find("families:"), std::string::npos) << Joined(form);
   }
+  // A line that stops short is a usage error, not a request for help: the same text on stderr.
+  for (const auto& form : std::vector<std::vector<std::string>>{{}, {"nv"}}) {
+    auto r = Tool(form);
+    EXPECT_EQ(r.status, 2) << Joined(form);
+    EXPECT_EQ(r.out, "") << Joined(form);
+    EXPECT_NE(r.err.find(form.empty() ? "families:" : "nv get FIELD"), std::string::npos) << r.err;
+  }
 }
 
 TEST_F(HelpTest, CommandHelpListsTheValuesOfItsArguments) {

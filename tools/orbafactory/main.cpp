@@ -96,9 +96,13 @@ int Run(Reply& reply, const orba::cli::Invocation& inv) {
   if (family == nullptr) return orba::cli::kUsage;
   const bool direct = orba::cli::IsDirect(*family);
   if (!direct && words.size() == 1) {
-    return orba::cli::Error(reply, orba::cli::kUsage,
-                            "orbafactory %s needs a command (see orbafactory help %s)",
-                            family->name, family->name);
+    if (inv.json) {
+      return orba::cli::Error(reply, orba::cli::kUsage,
+                              "orbafactory %s needs a command (see orbafactory help %s)",
+                              family->name, family->name);
+    }
+    orba::cli::PrintFamilyHelp(stderr, *family, orba::cli::HelpWidth());
+    return orba::cli::kUsage;
   }
   const Command* command =
       direct ? &family->commands[0] : orba::cli::RequireCommand(reply, *family, words[1]);
