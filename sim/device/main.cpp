@@ -33,6 +33,7 @@
 #include "profile.h"
 #include "vendor_libraries.h"
 #include "services.h"
+#include "sim_completion.h"
 
 namespace {
 
@@ -70,6 +71,7 @@ const char kUsage[] =
     "  profiles                the profiles init takes\n"
     "  knobs                   every sim.* property that steers the device, as a Markdown table\n"
     "  --version               the version and the git commit this sim was built from\n"
+    "  completion bash         the bash completion script (installed with the build)\n"
     "\n"
     "--root DIR defaults to $ORBA_DEVICE_ROOT. After --, every argument is the command's own.\n"
     "Start and stop on one root take turns.\n"
@@ -289,6 +291,11 @@ int main(int argc, char** argv) {
     return kExitOk;
   }
   if (command == "--version" || command == "version") return Version();
+  if (command == "completion") {
+    if (argc != 3 || strcmp(argv[2], "bash") != 0) return Usage("usage: completion bash");
+    fputs(SimCompletionScript().c_str(), stdout);
+    return kExitOk;
+  }
   if (command == "list" || command == "profiles" || command == "knobs") {
     if (argc > 2) return Usage((command + " takes no arguments").c_str());
     if (command == "knobs") {
