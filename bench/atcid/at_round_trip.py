@@ -60,6 +60,8 @@ def main():
         ask(fd, b"ATE0")
         if b"ORBA24A0000123X" not in ask(fd, b"AT+CGSN"):
             raise RuntimeError("AT+CGSN does not answer the stored serial number")
+        if b"+SN: ORBA24A0000123X" not in ask(fd, b"AT+SN?"):
+            raise RuntimeError("AT+SN? does not answer the stored serial number")
 
         def run_cli(*argv):
             done = subprocess.run([cli, "--root", root, *argv], capture_output=True)
