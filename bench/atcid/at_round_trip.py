@@ -1,6 +1,7 @@
 #!/usr/bin/python3
-"""Round trip of a station's query: over the serial line to the factory AT daemon, and the same
-query through orbafactory (one process per query, as scripts ran it before the daemon).
+"""Round trip of a station's query: over the serial line to the factory AT daemon (the line's own
++CGSN, and the sn family of the shared command table as AT+SN?), and the same query through
+orbafactory (one process per query, as scripts ran it before the daemon).
 
     bench/atcid/at_round_trip.py [--count 1000] [--build build]
 
@@ -59,6 +60,8 @@ def main():
         ask(fd, b"ATE0")
         if b"ORBA24A0000123X" not in ask(fd, b"AT+CGSN"):
             raise RuntimeError("AT+CGSN does not answer the stored serial number")
+        if b"+SN: ORBA24A0000123X" not in ask(fd, b"AT+SN?"):
+            raise RuntimeError("AT+SN? does not answer the stored serial number")
 
         def run_cli(*argv):
             done = subprocess.run([cli, "--root", root, *argv], capture_output=True)
@@ -69,6 +72,8 @@ def main():
             ("AT over the serial line", series(args.count, lambda: ask(fd, b"AT"))),
             ("AT+CGSN over the serial line", series(args.count, lambda: ask(fd, b"AT+CGSN"))),
             ("AT+CGMM over the serial line", series(args.count, lambda: ask(fd, b"AT+CGMM"))),
+            # The same query as orbafactory's, through the command table both front ends share.
+            ("AT+SN? over the serial line", series(args.count, lambda: ask(fd, b"AT+SN?"))),
             ("orbafactory sn get", series(args.count, lambda: run_cli("sn", "get"))),
             ("orbafactory prop get (model)",
              series(args.count, lambda: run_cli("prop", "get", "ro.orba.product.model"))),

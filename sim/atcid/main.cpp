@@ -22,6 +22,8 @@
 #include "camera_commands.h"
 #include "device_commands.h"
 #include "device_fs.h"
+#include "failure.h"
+#include "family_commands.h"
 #include "station_port.h"
 
 namespace {
@@ -52,6 +54,7 @@ void RemovePortLink() {
 // Answers the station until a stop signal; false when the line itself failed.
 bool Serve(const orba::at::StationPort& port, int stop_fd) {
   orba::at::AtEngine engine;
+  orba::at::AddFamilyCommands(&engine);
   orba::at::AddDeviceCommands(&engine);
   orba::at::AddCameraCommands(&engine);
   orba::at::AtSession session(&engine);
@@ -106,6 +109,11 @@ int main() {
   sigaddset(&stop_signals, SIGTERM);
   sigaddset(&stop_signals, SIGINT);
   sigprocmask(SIG_BLOCK, &stop_signals, nullptr);
+  // A failed family command answers with the library's own report, which the library logs:
+  // keep its last error line while every line still reaches the daemon's log as before.
+  const int log_priority = __android_log_get_minimum_priority();
+  orba::cli::CaptureLibraryLog(true);
+  __android_log_set_minimum_priority(log_priority);
   int stop_fd = signalfd(-1, &stop_signals, SFD_CLOEXEC);
   if (stop_fd < 0) {
     perror("atcid_user: signalfd");
