@@ -66,13 +66,16 @@ int RunAction(const Args& args, orba::cli::Reply& reply) {
 int Running(const Args& args, orba::cli::Reply& reply) {
   bool running = isServiceWork(args[0].c_str());
   reply.Answer({{"running", running}});
-  return running ? kOk : kFailed;
+  if (running) return kOk;
+  return orba::cli::Error(reply, kFailed, "em running: %s does not run", args[0].c_str());
 }
 
 int Edition(const Args& args, orba::cli::Reply& reply) {
   bool ready = OrbaEmcheckCallback(args[0].c_str());
   reply.Answer({{"ready", ready}});
-  return ready ? kOk : kFailed;
+  if (ready) return kOk;
+  return orba::cli::Error(reply, kFailed, "em edition: %s has not registered its callback",
+                          args[0].c_str());
 }
 
 std::vector<std::string> ActionNames(size_t index) {

@@ -82,9 +82,7 @@ std::string BashCompletionScript() {
       *) words+=("$w") ;;
     esac
   done
-  if [[ $cur == -* ]]; then
-    list=(--root --json -v --help --version)
-  elif ((${#words[@]} == 0)); then
+  if ((${#words[@]} == 0)); then
     list=()" + Names(false) + R"( help)
   elif [[ ${words[0]} == help ]]; then
     case ${#words[@]} in
@@ -110,6 +108,8 @@ std::string BashCompletionScript() {
       _orbafactory_values "$family/$command/$position"
     fi
   fi
+  # A dash word may be the tool's option or a value of the command's own (camera angle --stop).
+  [[ $cur == -* ]] && list+=(--root --json -v --help --version)
   for w in "${list[@]}"; do
     [[ $w == "$cur"* ]] && COMPREPLY+=("$w")
   done
