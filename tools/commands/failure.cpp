@@ -163,11 +163,18 @@ int Report(Reply& reply, const std::string& message, const std::vector<PathCheck
     // The message names a lone path already; with several, say which one.
     bool named = paths.size() == 1 && fault.at == culprit->path;
     line += ": " + (named ? "" : fault.at + ": ") + strerror(fault.err);
-  } else {
-    std::string cause = LastLibraryError();
-    line += cause.empty() ? " (no cause was logged; -v shows the library's log)" : ": " + cause;
   }
   std::string text;
+  if (culprit == nullptr) {
+    std::string cause = LastLibraryError();
+    // The hint is for a shell user; a reply that shows no hints (the serial line) keeps the
+    // message alone.
+    if (cause.empty()) {
+      text += "  no cause was logged; -v shows the library's log\n";
+    } else {
+      line += ": " + cause;
+    }
+  }
   for (const PathCheck& c : paths) {
     if (culprit != nullptr && &c != culprit) continue;
     const std::string resolved = ResolvedPath(c.path);

@@ -50,9 +50,10 @@ int CheckDevice(Reply& reply, const Args& args) {
   const bool own_device = std::find(args.begin(), args.end(), "--image") != args.end();
   orba_device_root_reset();
   if (orba_device_root()[0] == '\0' && !own_device) {
-    return reply.Failure(kNoDevice, "no simulated device: start one with",
-                         "  orbafactory-sim init --root DIR && orbafactory-sim start --root DIR\n"
-                         "then give --root DIR, or eval \"$(orbafactory-sim env --root DIR)\"");
+    return reply.Failure(kNoDevice, "no simulated device (give --root DIR)",
+                         "  start one: orbafactory-sim init --root DIR && "
+                         "orbafactory-sim start --root DIR\n"
+                         "  or take one for the whole shell: eval \"$(orbafactory-sim env --root DIR)\"");
   }
   std::string why;
   if (!orba::platform::CurrentRootUsable(&why)) return Error(reply, kNoDevice, "%s", why.c_str());
