@@ -48,6 +48,7 @@ class RotaryModel : public HardwareModel {
   void Start(Clock::time_point now) override {
     stop_angle_ = Knob("sim.rotary.stop_angle");
     travel_ = TravelFromAngle(Knob("sim.rotary.angle"), stop_angle_);
+    period_ = strtol(ReadNode(kPeriod).c_str(), nullptr, 10);
     run_.Start(now);
     next_sample_ = now - kWindow * kSamplePeriod;
     MeasureUntil(now);
@@ -58,22 +59,21 @@ class RotaryModel : public HardwareModel {
     // The chip measured the module as it moved under the old command up to the store.
     const Clock::time_point at = store.at;
     MeasureUntil(at);
-    std::string text = ReadNode(node);
     if (node == kPeriod) {
-      // The period is a setting, not a run: it is logged and changes the speed of the next move.
-      if (text.find_first_of("0123456789") == std::string::npos) return;
-      AppendRecord("/data/sim/motor_log", std::to_string(WallMs()) + " period " +
-                                              std::to_string(strtol(text.c_str(), nullptr, 10)));
+      // The period is a setting, not a run: it is logged and changes the speed from here on.
+      if (store.text.find_first_of("0123456789") == std::string::npos) return;
+      period_ = strtol(store.text.c_str(), nullptr, 10);
+      AppendRecord("/data/sim/motor_log",
+                   std::to_string(WallMs()) + " period " + std::to_string(period_));
     } else {
       // A positive turn (reverse bit set) lowers the measured angle: it winds the module back
       // towards the stop from above.
       const bool moving = run_.direction() != 0;
       long value = 0;
-      if (!run_.Command(text, at, "motor5", &value)) return;
+      if (!run_.Command(store.text, at, "motor5", &value)) return;
       if (value <= 0) RecordStop(store, moving);
     }
-    speed_ = DegreesPerMs(strtol(ReadNode(kPeriod).c_str(), nullptr, 10)) *
-             Knob("sim.rotary.speed_factor");
+    speed_ = DegreesPerMs(period_) * Knob("sim.rotary.speed_factor");
   }
 
   std::optional<Clock::time_point> Tick(Clock::time_point now) override {
@@ -162,6 +162,7 @@ class RotaryModel : public HardwareModel {
 
   double stop_angle_ = 0;
   double travel_ = 0;  // degrees turned up from the stop, 0..360
+  long period_ = 0;    // the motor's step period
   double speed_ = 0;   // degrees per ms
   MotorRun run_;       // direction +1: angle rising, -1: falling
   Clock::time_point next_sample_{};       // the chip's next measurement

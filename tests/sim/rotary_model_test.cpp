@@ -38,7 +38,7 @@ class RotaryModelTest : public DeviceRootTest {
   // Stores `command` at `t` and hands it over at once, as a service that keeps up would.
   void Command(const char* command, Clock::time_point t) {
     WriteDeviceFile(kEnable, command);
-    model_->OnCommand(kEnable, Store{t, t});
+    model_->OnCommand(kEnable, Store{t, t, command});
     model_->Tick(t);
   }
 
@@ -83,7 +83,7 @@ TEST_F(RotaryModelTest, StopActsAsOfItsStore) {
   Clock::time_point stored = t0_ + std::chrono::milliseconds(100);
   Clock::time_point seen = stored + std::chrono::milliseconds(50);
   WriteDeviceFile(kEnable, "0");
-  model_->OnCommand(kEnable, Store{stored, seen});
+  model_->OnCommand(kEnable, Store{stored, seen, "0"});
   model_->Tick(seen);
   EXPECT_NEAR(atof(ReadDeviceFile(kTruth).c_str()), sim::hw::DegreesPerMs(100) * 100, 0.01);
 }
