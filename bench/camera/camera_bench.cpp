@@ -7,8 +7,10 @@
 //                            worst): stop_to_halt (the library's stop write to the model's
 //                            halt), model_late (the store to the model taking it), reading_age
 //                            (the oldest of the readings the library stopped on, at its read:
-//                            now less its newest measurement) and read_to_stop (the library's
-//                            first read of its last pass to its stop write). Misses go to
+//                            now less its newest measurement), read_to_stop (the library's
+//                            first read of its last pass to its stop write) and node_age (the
+//                            oldest a reading grew on the node before the model replaced it,
+//                            over the turn's last readings while the module moved). Misses go to
 //                            stderr with the readings the library stopped on and where the
 //                            module was.
 //   BM_PopBlockedTimeError   the blocked time the library measures against the model's true
@@ -334,7 +336,7 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
   std::uniform_real_distribution<double> pick(3.0, 357.0);
   long within = 0, count = 0;
   double worst = 0, total_ms = 0;
-  Distribution stop_to_halt, model_late, reading_age, read_to_stop;
+  Distribution stop_to_halt, model_late, reading_age, read_to_stop, node_age;
   long reads_unmatched = 0;  // turns whose readings had left the model's record
   size_t records = 0;
   const size_t stops_before = g_stop_writes;  // of earlier cases, on other devices
@@ -386,7 +388,17 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
     } else {
       ++reads_unmatched;
     }
-    if (recorded) model_late.Add(stop.taken_us / 1000.0);
+    if (recorded) {
+      model_late.Add(stop.taken_us / 1000.0);
+      // How old a reading grew on the node before the model replaced it, at worst, over the
+      // last readings of the turn: the model's own part in a stale read.
+      long long oldest = -1;
+      for (size_t i = 1; i < stop.shown.size(); ++i) {
+        if (stop.shown[i].module == stop.shown[i - 1].module) continue;  // at rest
+        oldest = std::max(oldest, stop.shown[i].at_us - stop.shown[i - 1].newest_us);
+      }
+      if (oldest >= 0) node_age.Add(oldest / 1000.0);
+    }
     ++count;
     bool ok = ms >= 0 && error <= precision;
     within += ok ? 1 : 0;
@@ -428,6 +440,7 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
   model_late.Report(state, "model_late_ms");
   reading_age.Report(state, "reading_age_ms");
   read_to_stop.Report(state, "read_to_stop_ms");
+  node_age.Report(state, "node_age_ms");
 }
 BENCHMARK(BM_RotateToRandomAngle)
     ->ArgNames({"period", "hog"})
