@@ -36,10 +36,10 @@ int main() {
   // readings standing while the module moves, and a step that watches for the readings to settle
   // takes a moving module for a resting one. A head start among ordinary processes (nice -10)
   // still left readings standing for milliseconds beside a busy process on every core: the
-  // scheduler lets the running task finish its slice first. So the lowest real-time priority, above every
-  // ordinary process and below whatever the host itself runs in real time; the models sleep
-  // whenever nothing moves and take a fraction of a core while a motor turns. Without the
-  // privilege, the head start.
+  // scheduler lets the running task finish its slice first. So the lowest real-time priority,
+  // above every ordinary process and below whatever the host itself runs in real time; the
+  // models sleep whenever nothing moves and take a fraction of a core while a motor turns.
+  // Without the privilege, the head start.
   sched_param realtime{};
   realtime.sched_priority = sched_get_priority_min(SCHED_FIFO);
   const bool in_time =
