@@ -5,10 +5,14 @@
 //                            many ended within the requested precision of the model's true
 //                            angle, the worst error, and per turn (median, 99th percentile,
 //                            worst): stop_to_halt (the library's stop write to the model's
-//                            halt), model_late (the store to the model taking it) and
-//                            reading_age (the newest measurement in the reading on the node at
-//                            the stop write). Misses go to stderr with the reading the library
-//                            stopped on.
+//                            halt), model_late (the store to the model taking it), reading_age
+//                            (the oldest of the readings the library stopped on, at its read:
+//                            now less its newest measurement), read_to_stop (the library's
+//                            first read of its last pass to its stop write) and node_age (the
+//                            oldest a reading grew on the node before the model replaced it,
+//                            over the turn's last readings while the module moved). Misses go to
+//                            stderr with the readings the library stopped on and where the
+//                            module was.
 //   BM_PopBlockedTimeError   the blocked time the library measures against the model's true
 //                            travel (command to end stop), over pops and retracts
 //   BM_IdleDeviceCpu         CPU the device's services use while nothing moves, % of one core
@@ -29,6 +33,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -87,6 +92,52 @@ extern "C" __attribute__((visibility("default"))) ssize_t write(int fd, const vo
     g_stop_write_from_us = from;
   }
   return ret;
+}
+
+namespace {
+
+// The library's last few reads of the magnetometer node: when it took the reading (wall
+// microseconds, as it resolved the path to the file inside the device root: from then on it
+// holds that file, and each reading is a file of its own, renamed into place) and which reading
+// it got. Only the turning thread reads it.
+struct FieldRead {
+  long long us = 0;
+  ino_t ino = 0;
+};
+constexpr size_t kReadsKept = 8;
+FieldRead g_field_reads[kReadsKept];
+size_t g_field_read_count = 0;
+long long g_field_resolved_us = 0;  // the last resolution of the node's path, not yet opened
+
+constexpr char kFieldNode[] = "/sys/class/orba_hall/ak09970/data";
+
+bool EndsWith(const char* text, const char* end) {
+  size_t n = strlen(text), m = strlen(end);
+  return n >= m && strcmp(text + n - m, end) == 0;
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) int orba_confine_device_path(
+    const char* path, int follow_last, char* out, size_t size, int* ok) {
+  using ConfineFn = int (*)(const char*, int, char*, size_t, int*);
+  static ConfineFn real = reinterpret_cast<ConfineFn>(dlsym(RTLD_NEXT, "orba_confine_device_path"));
+  int fd = real(path, follow_last, out, size, ok);
+  if (path != nullptr && EndsWith(path, kFieldNode)) g_field_resolved_us = WallUs();
+  return fd;
+}
+
+extern "C" __attribute__((visibility("default"))) FILE* fopen(const char* path,
+                                                             const char* mode) {
+  using FopenFn = FILE* (*)(const char*, const char*);
+  static FopenFn real = reinterpret_cast<FopenFn>(dlsym(RTLD_NEXT, "fopen"));
+  FILE* f = real(path, mode);
+  struct stat st {};
+  if (f != nullptr && g_field_resolved_us != 0 && fstat(fileno(f), &st) == 0) {
+    g_field_reads[g_field_read_count++ % kReadsKept] = {g_field_resolved_us, st.st_ino};
+  }
+  g_field_resolved_us = 0;
+  return f;
 }
 
 namespace {
@@ -210,13 +261,48 @@ struct Distribution {
   }
 };
 
+// A reading the rotary model put on the magnetometer node (wall microseconds, degrees).
+struct Shown {
+  unsigned long long ino = 0;  // the file it was put there in
+  long long at_us = 0;
+  long long newest_us = 0;  // its newest measurement
+  double reading = NAN;
+  double module = NAN;  // where the module was as it was put there
+};
+
 // The rotary model's record of one stop (/data/sim/rotary_stops).
 struct StopRecord {
   long long halt_us = 0;
   long long taken_us = 0;
-  long long reading_age_us = 0;
   double angle = NAN;  // where the module halted
+  std::vector<Shown> shown;  // the readings before, oldest first
 };
+
+bool ParseStop(const std::string& line, StopRecord* stop) {
+  int used = 0;
+  if (sscanf(line.c_str(), "%lld %*s taken_us %lld reading_age_us %*d angle %lf shown%n",
+             &stop->halt_us, &stop->taken_us, &stop->angle, &used) != 3 ||
+      used == 0) {
+    return false;
+  }
+  std::istringstream items(line.substr(static_cast<size_t>(used)));
+  for (std::string item; items >> item;) {
+    Shown r;
+    if (sscanf(item.c_str(), "%llu:%lld:%lld:%lf:%lf", &r.ino, &r.at_us, &r.newest_us,
+               &r.reading, &r.module) == 5) {
+      stop->shown.push_back(r);
+    }
+  }
+  return true;
+}
+
+// The reading a read got, by its file.
+const Shown* ShownIn(const StopRecord& stop, ino_t ino) {
+  for (const Shown& r : stop.shown) {
+    if (r.ino == ino) return &r;
+  }
+  return nullptr;
+}
 
 double LoadAverage() {
   std::ifstream in("/proc/loadavg");
@@ -250,7 +336,8 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
   std::uniform_real_distribution<double> pick(3.0, 357.0);
   long within = 0, count = 0;
   double worst = 0, total_ms = 0;
-  Distribution stop_to_halt, model_late, reading_age;
+  Distribution stop_to_halt, model_late, reading_age, read_to_stop, node_age;
+  long reads_unmatched = 0;  // turns whose readings had left the model's record
   size_t records = 0;
   const size_t stops_before = g_stop_writes;  // of earlier cases, on other devices
   long store_untimed = 0;  // turns whose stop write took over 1 ms: its store is not known
@@ -261,6 +348,11 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
     g_stop_write_from_us = 0;
     int ms = rotate_to_appointted_angles(2, 8000, target, precision);
     const long long stored_us = g_stop_write_from_us;
+    // The last pass measured with four reads, then wrote the stop.
+    FieldRead reads[4] = {};
+    for (size_t i = 0; i < 4 && g_field_read_count >= 4; ++i) {
+      reads[i] = g_field_reads[(g_field_read_count - 4 + i) % kReadsKept];
+    }
     const bool store_timed = stored_us > 0 && g_stop_write_to_us - stored_us < 1000;
     // The model takes the stop in its own time: wait for its record of every stop stored.
     std::vector<std::string> lines;
@@ -273,10 +365,7 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
       if (read(watch.get(), events, sizeof(events)) <= 0) break;
     }
     StopRecord stop;
-    bool recorded = lines.size() > records &&
-                    sscanf(lines.back().c_str(),
-                           "%lld %*s taken_us %lld reading_age_us %lld angle %lf", &stop.halt_us,
-                           &stop.taken_us, &stop.reading_age_us, &stop.angle) == 4;
+    bool recorded = lines.size() > records && ParseStop(lines.back(), &stop);
     records = lines.size();
     // Where the module halted: the truth file is brought up to it only at the model's next
     // measurement.
@@ -287,22 +376,52 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
     } else {
       ++store_untimed;
     }
+    // The readings the library stopped on, as the model put them on the node.
+    const Shown* read[4] = {};
+    bool matched = recorded && reads[0].us > 0;
+    for (size_t i = 0; i < 4 && matched; ++i) matched = (read[i] = ShownIn(stop, reads[i].ino));
+    if (matched) {
+      long long oldest = 0;
+      for (size_t i = 0; i < 4; ++i) oldest = std::max(oldest, reads[i].us - read[i]->newest_us);
+      reading_age.Add(oldest / 1000.0);
+      if (store_timed) read_to_stop.Add((stored_us - reads[0].us) / 1000.0);
+    } else {
+      ++reads_unmatched;
+    }
     if (recorded) {
       model_late.Add(stop.taken_us / 1000.0);
-      reading_age.Add(stop.reading_age_us / 1000.0);
+      // How old a reading grew on the node before the model replaced it, at worst, over the
+      // last readings of the turn: the model's own part in a stale read.
+      long long oldest = -1;
+      for (size_t i = 1; i < stop.shown.size(); ++i) {
+        if (stop.shown[i].module == stop.shown[i - 1].module) continue;  // at rest
+        oldest = std::max(oldest, stop.shown[i].at_us - stop.shown[i - 1].newest_us);
+      }
+      if (oldest >= 0) node_age.Add(oldest / 1000.0);
     }
     ++count;
     bool ok = ms >= 0 && error <= precision;
     within += ok ? 1 : 0;
     if (!ok) {
+      std::string seen;
+      for (size_t i = 0; i < 4 && matched; ++i) {
+        char item[128];
+        snprintf(item, sizeof(item), "%s%.2f (module %.2f, %.2f ms old at +%.2f ms)",
+                 i > 0 ? ", " : "", read[i]->reading, read[i]->module,
+                 (reads[i].us - read[i]->newest_us) / 1000.0,
+                 (reads[i].us - reads[0].us) / 1000.0);
+        seen += item;
+      }
       fprintf(stderr,
-              "miss: period %ld target %.2f stopped on %.2f (off %.2f) halted at %.3f (off "
-              "%.2f = %.1f ms of travel); library read to stop write %.2f ms, stop write "
-              "took %.2f ms, stop to halt %.2f ms, model late %.2f ms, reading age %.2f ms\n",
-              period, target, g_stopped_on.load(), g_stopped_on.load() - target, truth,
-              error, error / deg_per_ms, (stored_us - g_stopped_on_us) / 1000.0,
-              (g_stop_write_to_us - stored_us) / 1000.0, (stop.halt_us - stored_us) / 1000.0,
-              stop.taken_us / 1000.0, stop.reading_age_us / 1000.0);
+              "miss: period %ld target %.2f stopped on %.2f (off %+.2f) halted at %.3f (off "
+              "%.2f = %.1f ms of travel, %.2f from the reading); read: %s; first read to stop "
+              "write %.2f ms, stop write took %.2f ms, stop to halt %.2f ms, model late %.2f "
+              "ms\n",
+              period, target, g_stopped_on.load(), g_stopped_on.load() - target, truth, error,
+              error / deg_per_ms, AngleDistance(truth, g_stopped_on.load()),
+              matched ? seen.c_str() : "not in the model's record",
+              (stored_us - reads[0].us) / 1000.0, (g_stop_write_to_us - stored_us) / 1000.0,
+              (stop.halt_us - stored_us) / 1000.0, stop.taken_us / 1000.0);
     }
     worst = std::max(worst, error);
     total_ms += ms;
@@ -316,9 +435,12 @@ void BM_RotateToRandomAngle(benchmark::State& state) {
   state.counters["mean_ms"] = count > 0 ? total_ms / count : 0;
   state.counters["load_1min_before"] = load_before;
   state.counters["stop_write_over_1ms"] = static_cast<double>(store_untimed);
+  state.counters["reads_unmatched"] = static_cast<double>(reads_unmatched);
   stop_to_halt.Report(state, "stop_to_halt_ms");
   model_late.Report(state, "model_late_ms");
   reading_age.Report(state, "reading_age_ms");
+  read_to_stop.Report(state, "read_to_stop_ms");
+  node_age.Report(state, "node_age_ms");
 }
 BENCHMARK(BM_RotateToRandomAngle)
     ->ArgNames({"period", "hog"})

@@ -23,12 +23,14 @@ namespace orba::sim::hw {
 
 using Clock = std::chrono::steady_clock;
 
-// When a command reached its node. `at` is the store as closely as the service can tell: the
+// A command as it reached its node. `at` is the store as closely as the service can tell: the
 // node's time stamp, held between the service's last look that found nothing and `seen`, when
-// it took the command (at <= seen).
+// it took the command (at <= seen). `text` is what that store left in the node, read together
+// with its time stamp: a model reading the node again could find the next store in it.
 struct Store {
   Clock::time_point at;
   Clock::time_point seen;
+  std::string text;
 };
 
 class HardwareModel {

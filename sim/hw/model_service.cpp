@@ -25,6 +25,8 @@ constexpr char kTag[] = "orba-hw-models";
 // A store taken later than this after it was made is logged: the module was meant to act on it
 // within this.
 constexpr double kLateMs = 1.0;
+// A command node holds a number; anything longer is read no further.
+constexpr size_t kMaxCommand = 4096;
 
 std::string Parent(const std::string& path) { return path.substr(0, path.rfind('/')); }
 std::string Base(const std::string& path) { return path.substr(path.rfind('/') + 1); }
@@ -86,21 +88,26 @@ Clock::time_point SteadyFromReal(const timespec& stamp) {
 }  // namespace
 
 bool ModelService::StoreOf(Watched* w, Clock::time_point seen, Store* store) const {
+  // A writer's store is two changes, the truncation and the write, each with its own event.
+  // The text and the time stamp are taken from one look at the node, checked unchanged across
+  // the read: a look that took the stamp between the two changes and the text after both had
+  // the write's event hand the same command over a second time.
+  unique_fd fd = OpenInDevice(w->node, O_RDONLY);
+  struct stat before {}, after {};
+  if (fd.get() < 0 || fstat(fd.get(), &before) != 0) return false;
+  if (SameFileUnchanged(before, w->handed)) return false;
+  std::string text;
+  if (!ReadAll(fd.get(), &text, kMaxCommand) || fstat(fd.get(), &after) != 0) return false;
+  // A store that landed meanwhile raises its event once it is done: the next look takes it.
+  if (!SameFileUnchanged(before, after)) return false;
+  w->handed = after;
   // The write's own time stamp is to the nanosecond where the kernel stamps files finely (it
-  // does for a file whose times were looked at since its last change, as the service does
-  // here); where it is coarse it can fall a tick early. It cannot be before the last look that
-  // found the queue empty, nor after the event was taken.
-  *store = Store{seen, seen};
-  unique_fd fd = OpenInDevice(w->node, O_PATH);
-  struct stat st {};
-  if (fd.get() < 0 || fstat(fd.get(), &st) != 0) return true;
-  const struct stat& h = w->handed;
-  if (st.st_ino == h.st_ino && st.st_dev == h.st_dev && st.st_size == h.st_size &&
-      st.st_mtim.tv_sec == h.st_mtim.tv_sec && st.st_mtim.tv_nsec == h.st_mtim.tv_nsec) {
-    return false;
-  }
-  w->handed = st;
-  store->at = std::clamp(SteadyFromReal(st.st_mtim), last_quiet_, seen);
+  // does for a file whose times were looked at since its last change, as they are here); where
+  // it is coarse it can fall a tick early. It cannot be before the last look that found the
+  // queue empty, nor after the event was taken.
+  store->at = std::clamp(SteadyFromReal(after.st_mtim), last_quiet_, seen);
+  store->seen = seen;
+  store->text = std::move(text);
   return true;
 }
 

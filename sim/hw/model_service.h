@@ -37,7 +37,8 @@ class ModelService {
   // Hands the commands waiting in the queue to their models; `tick` is the time the models are
   // about to be brought up to.
   void OnEvents(Clock::time_point tick);
-  // False when the node is still as its last command was handed over.
+  // The store that left the node as it is now; false when the node is still as its last
+  // command was handed over, or is being written.
   bool StoreOf(Watched* w, Clock::time_point seen, Store* store) const;
 
   int stop_fd_;

@@ -3,6 +3,8 @@
 
 // What the hardware models read and write, by device path.
 
+#include <sys/stat.h>
+
 #include <string>
 
 #include "device_fs.h"
@@ -22,6 +24,15 @@ bool ReplaceNode(const std::string& device_path, const std::string& text,
 // is not what a phone shows them.
 bool PublishReading(const std::string& device_path, const std::string& text,
                     InstalledFile* installed = nullptr);
+// Same file, its content untouched between the two looks: a store into it in place changes its
+// time stamp (and mostly its size), a replacement its inode. Time stamps are fine enough for
+// that where the kernel stamps a file whose times were looked at since its last change finely,
+// as it does on the filesystems the device roots live on.
+inline bool SameFileUnchanged(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
+         a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
 // Appends one line to a record file under /data/sim.
 void AppendRecord(const std::string& device_path, const std::string& line);
 

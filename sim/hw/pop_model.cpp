@@ -39,7 +39,7 @@ class PopModel : public HardwareModel {
     const Clock::time_point now = store.at;
     Advance(now);
     long value = 0;
-    if (!run_.Command(ReadNode(kEnable), now, "motor", &value)) return;
+    if (!run_.Command(store.text, now, "motor", &value)) return;
     if (value <= 0) {
       Publish();
       return;

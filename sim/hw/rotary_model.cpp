@@ -26,6 +26,8 @@
 #include <cmath>
 #include <random>
 
+#include <android/log.h>
+
 #include "hw_model.h"
 #include "motor_run.h"
 #include "node_io.h"
@@ -39,6 +41,7 @@ constexpr char kPeriod[] = "/sys/class/timed_output/motor5/period";
 constexpr char kField[] = "/sys/class/orba_hall/ak09970/data";
 constexpr auto kSamplePeriod = std::chrono::microseconds(500);
 constexpr int kWindow = 4;  // measurements averaged into one reading
+constexpr char kTag[] = "orba-hw-models";
 
 class RotaryModel : public HardwareModel {
  public:
@@ -48,6 +51,7 @@ class RotaryModel : public HardwareModel {
   void Start(Clock::time_point now) override {
     stop_angle_ = Knob("sim.rotary.stop_angle");
     travel_ = TravelFromAngle(Knob("sim.rotary.angle"), stop_angle_);
+    period_ = strtol(ReadNode(kPeriod).c_str(), nullptr, 10);
     run_.Start(now);
     next_sample_ = now - kWindow * kSamplePeriod;
     MeasureUntil(now);
@@ -58,31 +62,45 @@ class RotaryModel : public HardwareModel {
     // The chip measured the module as it moved under the old command up to the store.
     const Clock::time_point at = store.at;
     MeasureUntil(at);
-    std::string text = ReadNode(node);
     if (node == kPeriod) {
-      // The period is a setting, not a run: it is logged and changes the speed of the next move.
-      if (text.find_first_of("0123456789") == std::string::npos) return;
-      AppendRecord("/data/sim/motor_log", std::to_string(WallMs()) + " period " +
-                                              std::to_string(strtol(text.c_str(), nullptr, 10)));
+      // The period is a setting, not a run: it is logged and changes the speed from here on.
+      if (store.text.find_first_of("0123456789") == std::string::npos) return;
+      period_ = strtol(store.text.c_str(), nullptr, 10);
+      AppendRecord("/data/sim/motor_log",
+                   std::to_string(WallMs()) + " period " + std::to_string(period_));
     } else {
       // A positive turn (reverse bit set) lowers the measured angle: it winds the module back
       // towards the stop from above.
       const bool moving = run_.direction() != 0;
       long value = 0;
-      if (!run_.Command(text, at, "motor5", &value)) return;
+      if (!run_.Command(store.text, at, "motor5", &value)) return;
       if (value <= 0) RecordStop(store, moving);
     }
-    speed_ = DegreesPerMs(strtol(ReadNode(kPeriod).c_str(), nullptr, 10)) *
-             Knob("sim.rotary.speed_factor");
+    speed_ = DegreesPerMs(period_) * Knob("sim.rotary.speed_factor");
   }
 
   std::optional<Clock::time_point> Tick(Clock::time_point now) override {
+    // A reading older than the chip's window while the module moves is the host's doing: the
+    // chip would have replaced it. Said, with by how much, so a step that misses its angle on a
+    // loaded machine is not blamed on the module.
+    const auto stood = now - published_newest_;
+    if (asked_ && stood > kWindow * kSamplePeriod) {
+      __android_log_print(ANDROID_LOG_WARN, kTag,
+                          "rotary: the magnetometer reading stood %.2f ms while the module "
+                          "moved: the host did not run the models; publishing the chip's "
+                          "reading now",
+                          std::chrono::duration<double, std::milli>(stood).count());
+    }
     // Measurements taken up to a command are published too: a writer re-commanding in a tight
     // loop brings a command before every measurement, and the node stood still meanwhile.
     MeasureUntil(now);
     if (newest_ != published_newest_) Publish();
-    if (run_.direction() == 0 && resting_samples_ >= kWindow) return std::nullopt;
-    return run_.direction() != 0 ? std::min(next_sample_, run_.until()) : next_sample_;
+    if (run_.direction() == 0 && resting_samples_ >= kWindow) {
+      asked_.reset();
+    } else {
+      asked_ = run_.direction() != 0 ? std::min(next_sample_, run_.until()) : next_sample_;
+    }
+    return asked_;
   }
 
  private:
@@ -137,39 +155,73 @@ class RotaryModel : public HardwareModel {
     char text[96];
     snprintf(text, sizeof(text), "%ld %ld %d", std::lround(field * x), std::lround(field * y),
              z_noise(rng_));
-    PublishReading(kField, text);
+    InstalledFile shown;
+    PublishReading(kField, text, &shown);
     published_newest_ = newest_;
-    char truth[32];
-    snprintf(truth, sizeof(truth), "%.3f\n", AngleFromTravel(travel_, stop_angle_));
-    ReplaceNode("/data/sim/rotary_angle", truth);
+    const double truth = AngleFromTravel(travel_, stop_angle_);
+    char truth_text[32];
+    snprintf(truth_text, sizeof(truth_text), "%.3f\n", truth);
+    ReplaceNode("/data/sim/rotary_angle", truth_text);
+    double reading = std::atan2(std::lround(field * y), std::lround(field * x)) * 180 / kPi;
+    const long long now_us = WallUs();
+    shown_[next_shown_] = {static_cast<unsigned long long>(shown.written.st_ino), now_us,
+                           now_us - UsAgo(newest_), reading < 0 ? reading + 360 : reading, truth};
+    next_shown_ = (next_shown_ + 1) % shown_.size();
+  }
+
+  static long long UsAgo(Clock::time_point t) {
+    return std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - t).count();
   }
 
   // For judging a closed loop against this model: per stop, when the module halted (wall
-  // microseconds), how long after the store the model took it, and how old the newest
-  // measurement in the reading on the node at the store was.
+  // microseconds), how long after the store the model took it, how old the newest measurement
+  // in the reading on the node at the store was, where the module halted, and the readings the
+  // node showed before, oldest first, each as "inode:shown_us:newest_measurement_us:reading:
+  // module" (the file it was put there in, when, its newest measurement, the angle it reads,
+  // and where the module was then): a reader's file tells which of them it read.
   void RecordStop(const Store& store, bool moving) {
     using std::chrono::duration_cast;
     using std::chrono::microseconds;
-    long long halt_us =
-        WallUs() - duration_cast<microseconds>(Clock::now() - store.at).count();
-    AppendRecord("/data/sim/rotary_stops",
-                 std::to_string(halt_us) + " " + (moving ? "moving" : "resting") + " taken_us " +
-                     std::to_string(duration_cast<microseconds>(store.seen - store.at).count()) +
-                     " reading_age_us " +
-                     std::to_string(duration_cast<microseconds>(store.at - published_newest_).count()) +
-                     " angle " + std::to_string(AngleFromTravel(travel_, stop_angle_)));
+    std::string line =
+        std::to_string(WallUs() - UsAgo(store.at)) + " " + (moving ? "moving" : "resting") +
+        " taken_us " +
+        std::to_string(duration_cast<microseconds>(store.seen - store.at).count()) +
+        " reading_age_us " +
+        std::to_string(duration_cast<microseconds>(store.at - published_newest_).count()) +
+        " angle " + std::to_string(AngleFromTravel(travel_, stop_angle_)) + " shown";
+    for (size_t i = 0; i < shown_.size(); ++i) {
+      const Shown& r = shown_[(next_shown_ + i) % shown_.size()];
+      if (r.at_us == 0) continue;
+      char item[96];
+      snprintf(item, sizeof(item), " %llu:%lld:%lld:%.3f:%.3f", r.ino, r.at_us, r.newest_us,
+               r.reading, r.module);
+      line += item;
+    }
+    AppendRecord("/data/sim/rotary_stops", line);
   }
 
   double stop_angle_ = 0;
   double travel_ = 0;  // degrees turned up from the stop, 0..360
+  long period_ = 0;    // the motor's step period
   double speed_ = 0;   // degrees per ms
   MotorRun run_;       // direction +1: angle rising, -1: falling
   Clock::time_point next_sample_{};       // the chip's next measurement
   Clock::time_point newest_{};            // its last one
   Clock::time_point published_newest_{};  // the last one in the reading on the node
+  std::optional<Clock::time_point> asked_;  // when this model asked to run next, while it moves
   std::array<std::array<double, 2>, kWindow> window_{};  // unit field vectors
   int next_slot_ = 0;
   int resting_samples_ = 0;  // measurements since the module came to rest
+  // The last readings put on the node, for the stop records (wall microseconds, degrees).
+  struct Shown {
+    unsigned long long ino = 0;  // the file it was put there in
+    long long at_us = 0;
+    long long newest_us = 0;
+    double reading = 0;
+    double module = 0;
+  };
+  std::array<Shown, 24> shown_{};
+  size_t next_shown_ = 0;
   std::mt19937 rng_{std::random_device{}()};
 };
 

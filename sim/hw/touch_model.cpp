@@ -37,14 +37,6 @@ std::string Trimmed(std::string text) {
   return text;
 }
 
-// Same file, content untouched since. Open, the answer's file keeps its inode number from being
-// given to a file another writer puts in its place; a writer that writes into it in place
-// changes its time stamp (and mostly its size).
-bool SameFileUnchanged(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
-         a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
-}
-
 class TouchModel : public HardwareModel {
  public:
   const char* Name() const override { return "touch"; }
@@ -54,7 +46,7 @@ class TouchModel : public HardwareModel {
 
   void OnCommand(const std::string&, const Store& store) override {
     if (NodeIsOwnAnswer()) return;
-    std::string value = Trimmed(ReadNode(kTouchTestNode));
+    std::string value = Trimmed(store.text);
     if (!IsTestNumber(value)) return;
     AppendRecord("/data/sim/touch_tests", std::to_string(WallMs()) + " " + value);
     double delay = Knob("sim.touch.delay_ms");
@@ -73,6 +65,8 @@ class TouchModel : public HardwareModel {
   }
 
  private:
+  // Open, the answer's file keeps its inode number from being given to a file another writer
+  // puts in its place.
   bool NodeIsOwnAnswer() const {
     if (answer_.fd.get() < 0) return false;
     unique_fd node = OpenInDevice(kTouchTestNode, O_PATH);

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <errno.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <poll.h>
 #include <sched.h>
 #include <signal.h>
@@ -15,6 +17,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <thread>
 
 #include <android-base/unique_fd.h>
 
@@ -144,6 +147,32 @@ TEST_F(RotaryModelTimingTest, StopStoredWhileTheModelWaitsHaltsTheModuleAtTheSto
                                        << " ms after the store";
   EXPECT_NE(ReadDeviceFile("/data/sim/logcat")
                 .find("took the store to /sys/class/timed_output/motor5/enable"),
+            std::string::npos);
+}
+
+// Whether this host lets a process of this user take the real-time class: tried on a thread of
+// the test's own, which ends with it.
+bool HostGrantsRealTime() {
+  bool granted = false;
+  std::thread probe([&granted] {
+    sched_param param{};
+    param.sched_priority = sched_get_priority_min(SCHED_FIFO);
+    granted = pthread_setschedparam(pthread_self(), SCHED_FIFO, &param) == 0;
+  });
+  probe.join();
+  return granted;
+}
+
+// The models stand for hardware that does not wait for a busy CPU: where the host grants it,
+// they run ahead of every ordinary process, and say which way it went.
+TEST_F(RotaryModelTimingTest, ModelsRunInTheRealTimeClassWhereTheHostGrantsIt) {
+  const bool granted = HostGrantsRealTime();
+  const int policy = sched_getscheduler(models_);
+  ASSERT_GE(policy, 0) << strerror(errno);
+  EXPECT_EQ(policy & ~SCHED_RESET_ON_FORK, granted ? SCHED_FIFO : SCHED_OTHER);
+  EXPECT_NE(ReadDeviceFile("/data/sim/logcat")
+                .find(granted ? "running in the real-time class"
+                              : "no real-time class for the models"),
             std::string::npos);
 }
 

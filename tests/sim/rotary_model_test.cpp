@@ -8,11 +8,13 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "hw_model.h"
 #include "rotary_geometry.h"
 #include "support/device_root.h"
+#include "support/log_capture.h"
 
 namespace orba::test {
 namespace {
@@ -38,7 +40,7 @@ class RotaryModelTest : public DeviceRootTest {
   // Stores `command` at `t` and hands it over at once, as a service that keeps up would.
   void Command(const char* command, Clock::time_point t) {
     WriteDeviceFile(kEnable, command);
-    model_->OnCommand(kEnable, Store{t, t});
+    model_->OnCommand(kEnable, Store{t, t, command});
     model_->Tick(t);
   }
 
@@ -71,10 +73,26 @@ TEST_F(RotaryModelTest, ReadingsFollowAModuleReCommandedBeforeEveryMeasurement) 
 TEST_F(RotaryModelTest, ReadingAfterALateTickIsTheModuleNow) {
   Command("1000", t0_);
   Clock::time_point late = t0_ + std::chrono::milliseconds(200);
+  LogCapture log;
   model_->Tick(late);
   const double truth = atof(ReadDeviceFile(kTruth).c_str());
   EXPECT_NEAR(truth, sim::hw::DegreesPerMs(100) * 200, 0.01);
   EXPECT_NEAR(Reading(), truth - 0.09, 0.3);
+  // The wait is said, with its length: the reading stood from the command's measurement on.
+  EXPECT_TRUE(log.Has(ANDROID_LOG_WARN,
+                      "rotary: the magnetometer reading stood 200.00 ms while the module moved: "
+                      "the host did not run the models; publishing the chip's reading now"))
+      << log.Dump();
+}
+
+// A model that runs when it asked to says nothing, however long the turn.
+TEST_F(RotaryModelTest, TicksOnTimeLeaveTheLogQuiet) {
+  LogCapture log;
+  std::optional<Clock::time_point> next = t0_;
+  Command("100", t0_);
+  for (int i = 0; i < 1000 && next; ++i) next = model_->Tick(*next);
+  EXPECT_FALSE(next.has_value()) << "the module never came to rest";
+  EXPECT_EQ(log.Dump(), "");
 }
 
 // A stop handed over late halts the module where it was at the store.
@@ -83,7 +101,7 @@ TEST_F(RotaryModelTest, StopActsAsOfItsStore) {
   Clock::time_point stored = t0_ + std::chrono::milliseconds(100);
   Clock::time_point seen = stored + std::chrono::milliseconds(50);
   WriteDeviceFile(kEnable, "0");
-  model_->OnCommand(kEnable, Store{stored, seen});
+  model_->OnCommand(kEnable, Store{stored, seen, "0"});
   model_->Tick(seen);
   EXPECT_NEAR(atof(ReadDeviceFile(kTruth).c_str()), sim::hw::DegreesPerMs(100) * 100, 0.01);
 }
