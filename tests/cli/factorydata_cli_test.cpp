@@ -99,7 +99,7 @@ TEST_F(FactoryDataCliTest, CopyAndToolCommands) {
   EXPECT_EQ(a.out, "command=AT+A delay_time=250 response=\"\"\n");
   auto b = Cli({"toolcmd", "AT+B"});
   // The response's own line ends, escaped in the quoted value.
-  EXPECT_EQ(b.out, "command=AT+B delay_time=0 response=\"OK\\x0d\\nDONE\\x0d\\n\"\n");
+  EXPECT_EQ(b.out, "command=AT+B delay_time=0 response=\"OK\\r\\nDONE\\r\\n\"\n");
   EXPECT_EQ(Cli({"toolcmd", "AT+NONE"}).status, 1);
 }
 

@@ -30,6 +30,7 @@ TEST(ReplyTest, PlainValuesAreQuotedOnlyWhereASplitWouldMisreadThem) {
       {"say \"hi\"", "\"say \\\"hi\\\"\""},
       {"back\\slash", "\"back\\\\slash\""},
       {"two\nlines", "\"two\\nlines\""},
+      {"OK\r\n", "\"OK\\r\\n\""},
       {"\x01", "\"\\x01\""},
   };
   for (const QuoteCase& c : cases) {

@@ -93,6 +93,8 @@ std::string QuotedIfNeeded(std::string_view text) {
       quoted += c;
     } else if (c == '\n') {
       quoted += "\\n";
+    } else if (c == '\r') {
+      quoted += "\\r";
     } else if (c == '\t') {
       quoted += "\\t";
     } else if (b < ' ' || b == 0x7f) {
