@@ -9,9 +9,11 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 #include <orbafactory/config.h>
 #include <platform/log.h>
@@ -26,13 +28,93 @@ namespace {
 // forgotten record is never written to much later.
 constexpr long long kSampleLimitMs = 11000;
 
+// The records a sampling thread still works on. A caller knows a detached thread has ended only
+// by the time it waited; a long-lived caller (the AT daemon) that fills its records again for
+// the next run could otherwise reset them under a thread still in its last interval, which would
+// then go on writing into the new run. So the slots are written and read under one lock, and a
+// record in use is stopped and waited for before it is filled again.
+struct InUse {
+  std::mutex mutex;
+  std::condition_variable released;
+  std::vector<const HallSampleRecord*> records;  // one entry per thread on the record
+};
+
+InUse& Records() {
+  static InUse* in_use = new InUse;  // detached threads may still end during static destruction
+  return *in_use;
+}
+
+void Claim(const HallSampleRecord* rec) {
+  std::lock_guard<std::mutex> lock(Records().mutex);
+  Records().records.push_back(rec);
+}
+
+void Release(const HallSampleRecord* rec) {
+  InUse& in_use = Records();
+  {
+    std::lock_guard<std::mutex> lock(in_use.mutex);
+    auto it = std::find(in_use.records.begin(), in_use.records.end(), rec);
+    if (it != in_use.records.end()) in_use.records.erase(it);
+  }
+  in_use.released.notify_all();
+}
+
 void FillRecord(HallSampleRecord* rec, int interval_ms, int count, const char* path) {
+  InUse& in_use = Records();
+  std::unique_lock<std::mutex> lock(in_use.mutex);
+  auto used = [&] {
+    return std::find(in_use.records.begin(), in_use.records.end(), rec) != in_use.records.end();
+  };
+  if (used()) {
+    // A thread ends at its next look at the flag: within one interval, or at its time limit.
+    __atomic_store_n(&rec->stop, 1, __ATOMIC_RELEASE);
+    in_use.released.wait(lock, [&] { return !used(); });
+  }
   __atomic_store_n(&rec->stop, 0, __ATOMIC_RELAXED);
   rec->count = count;
   rec->interval_ms = interval_ms;
   memset(rec->path, 0, sizeof(rec->path));
   strncpy(rec->path, path, sizeof(rec->path) - 1);
   memset(rec->samples, 0, sizeof(rec->samples));
+}
+
+// The body of a sampling thread on a record already claimed for it.
+void SampleClaimed(HallSampleRecord* rec) {
+  long long start = NowMs();
+  ORBA_LOGD(" start!! ");
+  int rc = pthread_detach(pthread_self());
+  if (rc != 0) ORBA_LOGE("pthread_detach error:%d", rc);
+  char path[sizeof(rec->path)] = {};
+  int count = 0, interval_ms = 0;
+  {
+    std::lock_guard<std::mutex> lock(Records().mutex);
+    memcpy(path, rec->path, sizeof(path) - 1);
+    count = rec->count > HALL_SAMPLE_MAX ? HALL_SAMPLE_MAX : rec->count;
+    interval_ms = rec->interval_ms;
+    for (int i = 0; i < count; ++i) strcpy(rec->samples[i], "0");
+  }
+  ORBA_LOGD("sample_interval=%d, sample_num=%d, file_path=%s", interval_ms, count, path);
+  for (int i = 0; i < count; ++i) {
+    if (__atomic_load_n(&rec->stop, __ATOMIC_ACQUIRE) == 1) {
+      ORBA_LOGD("thread off!!");
+      break;
+    }
+    // Whole seconds, as the limit has always been counted.
+    if ((NowMs() - start) / 1000 * 1000 >= kSampleLimitMs) {
+      ORBA_LOGD("sample data timeOut, return!!");
+      break;
+    }
+    char reading[HALL_SAMPLE_TEXT] = {};
+    if (read_policy_file(0, path, reading, sizeof(reading)) != 0) {
+      ORBA_LOGE("read %s file error:%s", path, strerror(errno));
+    } else {
+      std::lock_guard<std::mutex> lock(Records().mutex);
+      memcpy(rec->samples[i], reading, sizeof(reading));
+    }
+    SleepMs(interval_ms);
+  }
+  ORBA_LOGD("end!!");
+  Release(rec);
 }
 
 // The two sampling threads start as a pair or not at all: each waits at its start until both
@@ -59,15 +141,20 @@ void* PairedSampleThread(void* arg) {
   }
   if (!sample) {
     pthread_detach(pthread_self());
+    Release(self->rec);
     return nullptr;
   }
-  return sample_data_thread(self->rec);
+  SampleClaimed(self->rec);
+  return nullptr;
 }
 
+// Claimed before the thread exists, so a refill that comes before the thread runs waits for it.
 bool StartPaired(const std::shared_ptr<PairStart>& pair, HallSampleRecord* rec) {
   auto* sampler = new PairedSampler{pair, rec};
+  Claim(rec);
   pthread_t thread;
   if (pthread_create(&thread, nullptr, PairedSampleThread, sampler) != 0) {
+    Release(rec);
     delete sampler;
     return false;
   }
@@ -122,37 +209,8 @@ extern "C" ORBA_EXPORT int create_hall_sample_thread(int /*interval_ms*/, int /*
 }
 
 extern "C" ORBA_EXPORT void* sample_data_thread(HallSampleRecord* rec) {
-  long long start = NowMs();
-  ORBA_LOGD(" start!! ");
-  int rc = pthread_detach(pthread_self());
-  if (rc != 0) ORBA_LOGE("pthread_detach error:%d", rc);
-  char path[sizeof(rec->path)] = {};
-  memcpy(path, rec->path, sizeof(path) - 1);
-  int count = rec->count > HALL_SAMPLE_MAX ? HALL_SAMPLE_MAX : rec->count;
-  ORBA_LOGD("sample_interval=%d, sample_num=%d, file_path=%s", rec->interval_ms, rec->count,
-            path);
-  if (count >= 1) {
-    for (int i = 0; i < count; ++i) strcpy(rec->samples[i], "0");
-    for (int i = 0; i < count; ++i) {
-      if (__atomic_load_n(&rec->stop, __ATOMIC_ACQUIRE) == 1) {
-        ORBA_LOGD("thread off!!");
-        break;
-      }
-      // Whole seconds, as the limit has always been counted.
-      if ((NowMs() - start) / 1000 * 1000 >= kSampleLimitMs) {
-        ORBA_LOGD("sample data timeOut, return!!");
-        break;
-      }
-      char reading[HALL_SAMPLE_TEXT] = {};
-      if (read_policy_file(0, path, reading, sizeof(reading)) != 0) {
-        ORBA_LOGE("read %s file error:%s", path, strerror(errno));
-      } else {
-        memcpy(rec->samples[i], reading, sizeof(reading));
-      }
-      SleepMs(rec->interval_ms);
-    }
-  }
-  ORBA_LOGD("end!!");
+  Claim(rec);
+  SampleClaimed(rec);
   return nullptr;
 }
 
@@ -176,7 +234,10 @@ extern "C" ORBA_EXPORT int combine_hall_sample_resp(char* out, int count, HallSa
     for (int i = 0; i < count; ++i) {
       if (i > 0) Append(&at, end, ",");
       char slot[HALL_SAMPLE_TEXT + 1] = {};
-      memcpy(slot, recs[r]->samples[i], HALL_SAMPLE_TEXT);
+      {
+        std::lock_guard<std::mutex> lock(Records().mutex);
+        memcpy(slot, recs[r]->samples[i], HALL_SAMPLE_TEXT);
+      }
       Append(&at, end, slot);
     }
     Append(&at, end, "\"");

@@ -5,6 +5,7 @@
 #include <string.h>
 #include <unistd.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -38,6 +39,14 @@ class HallSamplingTest : public CameraNodeTest {
     return false;
   }
 
+  bool WaitFor(const std::function<bool()>& event, int limit_ms) {
+    for (int waited = 0; waited < limit_ms; waited += 5) {
+      if (event()) return true;
+      usleep(5000);
+    }
+    return event();
+  }
+
   std::unique_ptr<HallSampleRecord> up_, down_;
 };
 
@@ -67,6 +76,29 @@ TEST_F(HallSamplingTest, StopFlagEndsTheThreadsEarly) {
   EXPECT_STREQ(up_->samples[0], "901");
   EXPECT_STREQ(up_->samples[199], "0");  // never reached
   EXPECT_STREQ(down_->samples[199], "0");
+}
+
+// A long-lived caller fills its records again for the next run while the last run's threads may
+// still sample: the fill stops them and waits for their end, so no old thread writes into the
+// new run.
+TEST_F(HallSamplingTest, RefillingARecordInUseWaitsForItsThread) {
+  ASSERT_EQ(ready_to_sample_camera_pop_hall(20, 200, up_.get(), 0, down_.get()), 1);
+  ASSERT_EQ(create_hall_sample_thread(20, 200, up_.get(), 0, down_.get()), 1);
+  auto count = [&](const std::string& text) {
+    int seen = 0;
+    for (const LogLine& l : log_.Lines()) seen += l.text.rfind(text, 0) == 0 ? 1 : 0;
+    return seen;
+  };
+  ASSERT_TRUE(WaitFor([&] { return count("sample_interval=20, sample_num=200") == 2; }, 2000));
+  WriteDeviceFile("/sys/class/orba_hall/up_hall/data", "555\n");
+  ASSERT_EQ(ready_to_sample_camera_pop_hall(5, 3, up_.get(), 0, down_.get()), 1);
+  EXPECT_EQ(count("thread off!!"), 2) << "the refill returned under a running thread";
+  ASSERT_EQ(create_hall_sample_thread(5, 3, up_.get(), 0, down_.get()), 1);
+  ASSERT_TRUE(WaitFor([&] { return count("end!!") == 4; }, 5000)) << log_.Dump();
+  char out[2 * 64 * 3 + 40] = {};
+  combine_hall_sample_resp(out, 3, up_.get(), 0, down_.get());
+  EXPECT_STREQ(out, "+hall_up_array:\"555,555,555\"\r\n+hall_down_array:\"118,118,118\"");
+  EXPECT_STREQ(up_->samples[3], "");  // beyond the new run: nothing wrote there
 }
 
 TEST_F(HallSamplingTest, UnreadableHallLeavesZeroSlots) {
