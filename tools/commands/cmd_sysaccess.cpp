@@ -270,7 +270,8 @@ const orba::cli::Family kExec{
       "run COMMAND with its arguments as given, with the service's rights; print its output and "
       "exit with its exit status (124: did not finish within SECONDS, 1 to 86400; 127: no such "
       "command)",
-      1, -1, Exec, "exec --timeout 10 getprop persist.sys.station.step"}}};
+      1, -1, Exec, "exec --timeout 10 getprop persist.sys.station.step",
+      /*values=*/nullptr, /*runs_command_line=*/true}}};
 orba::cli::Registrar prop_registrar(kProp);
 orba::cli::Registrar file_registrar(kFile);
 orba::cli::Registrar exec_registrar(kExec);

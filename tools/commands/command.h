@@ -44,6 +44,9 @@ struct Command {
   int (*run)(const Args& args, Reply& reply);
   const char* example = nullptr;  // one runnable line, after "orbafactory " ("sn get")
   ArgValues values = nullptr;     // where the arguments come from a known set
+  // The trailing words are another program's command line (exec): from its first word that is no
+  // option of this command's own, every word is that program's, options included.
+  bool runs_command_line = false;
 };
 
 struct Family {

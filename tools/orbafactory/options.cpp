@@ -40,11 +40,6 @@ const Command* NamedCommand(const std::vector<std::string>& words) {
   return words.size() >= 2 ? FindCommand(*family, words[1]) : nullptr;
 }
 
-// A command whose trailing words are another program's command line: its own arguments end
-// where that program's name stands, the first word after the command that is no option.
-bool RunsACommandLine(const Command* command) {
-  return command != nullptr && strstr(command->args, "COMMAND [ARG...]") != nullptr;
-}
 
 }  // namespace
 
@@ -81,7 +76,8 @@ bool ParseCommandLine(int argc, char** argv, Invocation* inv, std::string* error
       if (error->empty()) *error = "unknown option " + word;
       continue;
     }
-    if (word[0] != '-' && RunsACommandLine(NamedCommand(inv->words))) {
+    const Command* named = NamedCommand(inv->words);
+    if (word[0] != '-' && named != nullptr && named->runs_command_line) {
       // The words up to and including the command's name are not yet its arguments, and a
       // word after an option of the command's own (--timeout S) is that option's value.
       const size_t name_words = IsDirect(*FindFamily(inv->words[0])) ? 1 : 2;
