@@ -20,6 +20,8 @@
 #include <orbafactory/sysaccess.h>
 #include <cutils/properties.h>
 
+#include <android-base/strings.h>
+
 #include "command.h"
 #include "failure.h"
 #include "words.h"
@@ -432,7 +434,7 @@ int Front(const Args&, orba::cli::Reply& reply) { return FrontBack(reply, true);
 int Back(const Args&, orba::cli::Reply& reply) { return FrontBack(reply, false); }
 
 int Cali(const Args& args, orba::cli::Reply& reply) {
-  std::string msg = "set_ratary_camera_cali_data " + orba::cli::Join(args, 0);
+  std::string msg = "set_ratary_camera_cali_data " + android::base::Join(args, ' ');
   if (set_ratary_camera_cali_data(&msg[0]) != 1) {
     return orba::cli::Fail(reply, "camera cali %s: not stored", args[0].c_str());
   }
@@ -457,7 +459,7 @@ int HalfPop(const Args& args, orba::cli::Reply& reply) {
 }
 
 int Fluency(const Args& args, orba::cli::Reply& reply) {
-  std::string msg = orba::cli::Join(args, 0);
+  std::string msg = android::base::Join(args, ' ');
   int result;
   {
     RotaryStopOnInterrupt stop;
@@ -497,7 +499,7 @@ int Otp(const Args& args, orba::cli::Reply& reply) {
 
 // The station's whole round trip: AT command, camera-service message, answer, AT response.
 int At(const Args& args, orba::cli::Reply& reply) {
-  std::string atcmd = orba::cli::Join(args, 0);
+  std::string atcmd = android::base::Join(args, ' ');
   char message[1024] = {};
   char item[49] = {};
   if (transform_at_cmd_to_camera_info(atcmd.c_str(), message, sizeof(message), item) != 0) {
@@ -517,7 +519,7 @@ int At(const Args& args, orba::cli::Reply& reply) {
 
 // The camera service answers "error" to a request it could not carry out.
 int CameraSend(const Args& args, orba::cli::Reply& reply) {
-  const char* answer = sendMessageToCamera(orba::cli::Join(args, 0).c_str());
+  const char* answer = sendMessageToCamera(android::base::Join(args, ' ').c_str());
   const std::string text = answer != nullptr ? answer : "";
   if (!text.empty()) reply.Answer({{"reply", text}});
   if (text.empty()) {

@@ -8,8 +8,9 @@
 
 #include <orbafactory/engineer.h>
 
+#include <android-base/strings.h>
+
 #include "command.h"
-#include "words.h"
 
 namespace {
 
@@ -30,10 +31,10 @@ int PrintReply(orba::cli::Reply& reply, const char* what, const char* answer) {
 }
 
 int Send(const Args& args, orba::cli::Reply& reply) {
-  return PrintReply(reply, "em send", sendMessage(orba::cli::Join(args, 0).c_str()));
+  return PrintReply(reply, "em send", sendMessage(android::base::Join(args, ' ').c_str()));
 }
 int UserSend(const Args& args, orba::cli::Reply& reply) {
-  return PrintReply(reply, "em user-send", sendUserMessage(orba::cli::Join(args, 0).c_str()));
+  return PrintReply(reply, "em user-send", sendUserMessage(android::base::Join(args, ' ').c_str()));
 }
 
 // The app actions by the names stations use, each with up to three arguments.

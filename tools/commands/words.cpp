@@ -6,15 +6,6 @@
 
 namespace orba::cli {
 
-std::string Join(const Args& words, size_t from) {
-  std::string out;
-  for (size_t i = from; i < words.size(); ++i) {
-    if (!out.empty()) out += ' ';
-    out += words[i];
-  }
-  return out;
-}
-
 std::vector<std::string> Split(std::string_view text) {
   std::vector<std::string> words;
   constexpr std::string_view kSpace = " \t\r\n";

@@ -1,8 +1,8 @@
 #ifndef ORBA_TOOLS_COMMANDS_WORDS_H
 #define ORBA_TOOLS_COMMANDS_WORDS_H
 
-// Words in and out of a command: a request rebuilt from the command line's words, and the words
-// of a device's text turned into typed values of an answer.
+// The words of a device's text, turned into typed values of an answer. (A request rebuilt from
+// the command line's words is libbase's Join.)
 
 #include <string>
 #include <string_view>
@@ -12,9 +12,6 @@
 #include "reply.h"
 
 namespace orba::cli {
-
-// args[from..] joined by single spaces, as a device request takes them.
-std::string Join(const Args& words, size_t from);
 
 // The words of `text` between runs of spaces (and tabs, line ends).
 std::vector<std::string> Split(std::string_view text);
